@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Installs everything the build, the tests and the tools need, from Debian's
+# packages only. Run as root on Debian 12. Safe to run again.
+set -euo pipefail
+if [ "$(id -u)" -ne 0 ]; then
+  echo "setup.sh: run as root (it installs Debian packages)" >&2
+  exit 1
+fi
+export DEBIAN_FRONTEND=noninteractive
+apt-get update -q
+apt-get install -y -q --no-install-recommends \
+  build-essential cmake g++ make git ca-certificates \
+  libboost-thread-dev libboost-system-dev \
+  default-jdk-headless \
+  googletest libgtest-dev libbenchmark-dev \
+  libstb-dev \
+  coreutils python3
