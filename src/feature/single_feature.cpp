@@ -1,5 +1,7 @@
 #include "feature/single_feature.h"
 
+#include "feature/feature_block_pool.h"
+
 #include <cstring>
 #include <exception>
 #include <istream>
@@ -25,7 +27,10 @@ single_feature& single_feature::operator=(single_feature const& other) {
 }
 
 single_feature::~single_feature() {
-    delete[] data;
+    if (feature_block_pool::owns(data))
+        feature_block_pool::release(data);
+    else
+        delete[] data;
     data = nullptr;
 }
 

@@ -1,0 +1,7 @@
+#include "feature/base64_alphabet.h"
+
+namespace palm_feature {
+
+char const base64_map[65] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+}  // namespace palm_feature

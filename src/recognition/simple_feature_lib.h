@@ -1,0 +1,63 @@
+// The server's template store: every user's decoded template once, under an
+// interned name. The address of a name string is the user's identity
+// everywhere else (partitions, identification results), so inner loops never
+// compare strings.
+#ifndef PALM_RECOGNITION_SIMPLE_FEATURE_LIB_H_
+#define PALM_RECOGNITION_SIMPLE_FEATURE_LIB_H_
+
+#include <cstddef>
+#include <map>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "feature/user_palm_feature.h"
+
+namespace palm_recognition {
+
+class simple_feature_lib {
+public:
+    simple_feature_lib();
+    ~simple_feature_lib();
+    simple_feature_lib(simple_feature_lib const&) = delete;
+    simple_feature_lib& operator=(simple_feature_lib const&) = delete;
+
+    // The interned name equal to `user` byte for byte, or null. A null user
+    // is never known.
+    std::string const* find_name(char const* user) const;
+    // find_name, adding a heap copy at the end of `names` when absent.
+    std::string const* intern_name(char const* user);
+    // Removes the name from `names` (keeping the order of the rest), erases
+    // its template if any and frees the string.
+    void erase_name(std::string const* name);
+    // Erases every template and every name.
+    void clear();
+
+    // The template stored under an interned name, or null.
+    palm_feature::user_palm_feature const* find_template(std::string const* name) const {
+        auto const it = features.find(name);
+        return it == features.end() ? nullptr : &it->second;
+    }
+    // Replaces the template of an interned name as a whole. The cells move
+    // into the pool of stored code blocks.
+    void store_template(std::string const* name, palm_feature::user_palm_feature& record);
+
+    std::map<std::string const*, palm_feature::user_palm_feature> features;
+    // Every known name in order of first appearance. May hold names that have
+    // no template (assigned to a partition before their template came).
+    std::vector<std::string const*> names;
+
+private:
+    // Index beside `names` so that a lookup need not scan; names are distinct,
+    // so it finds exactly what a scan from the front would find.
+    std::unordered_map<std::string_view, std::string const*> index_;
+    // Guards `names` and the index: assigning a user to a partition may add a
+    // name while other callers hold the environment lock only shared.
+    mutable std::mutex names_mutex_;
+};
+
+}  // namespace palm_recognition
+
+#endif  // PALM_RECOGNITION_SIMPLE_FEATURE_LIB_H_
