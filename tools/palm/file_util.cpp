@@ -1,0 +1,23 @@
+#include "file_util.h"
+
+#include <fstream>
+#include <iterator>
+
+namespace palm_tool {
+
+bool read_whole_file(std::string const& path, std::string& bytes) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return !in.bad();
+}
+
+bool write_whole_file(std::string const& path, std::string const& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    if (!out) return false;
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    return out.good();
+}
+
+}  // namespace palm_tool

@@ -1,0 +1,16 @@
+// Small file helpers shared by the tool's commands.
+#ifndef PALM_TOOL_FILE_UTIL_H_
+#define PALM_TOOL_FILE_UTIL_H_
+
+#include <string>
+
+namespace palm_tool {
+
+// Reads a whole file; false when it cannot be opened or read.
+bool read_whole_file(std::string const& path, std::string& bytes);
+// Writes a whole file; false on any failure.
+bool write_whole_file(std::string const& path, std::string const& bytes);
+
+}  // namespace palm_tool
+
+#endif  // PALM_TOOL_FILE_UTIL_H_
