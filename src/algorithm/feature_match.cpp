@@ -4,15 +4,16 @@
 
 namespace palm_algorithm {
 
-const int g_piOverlapSize[MATCH_TRANSLATIONS] = {
-    3072,                                            //
-    2976, 2883, 2976, 2883, 2976, 2883, 2976, 2883,  //
-    2880, 2700, 2880, 2700, 2880, 2700, 2880, 2700,  //
-    2784, 2523, 2784, 2523, 2784, 2523, 2784, 2523};
+const int g_piOverlapSize[MATCH_TRANSLATIONS] = {3072,                                            //
+                                                 2976, 2883, 2976, 2883, 2976, 2883, 2976, 2883,  //
+                                                 2880, 2700, 2880, 2700, 2880, 2700, 2880, 2700,  //
+                                                 2784, 2523, 2784, 2523, 2784, 2523, 2784, 2523};
 
 CPalmMatch g_match_inst;
 
-i_feature_match* get_feature_match_inst() { return &g_match_inst; }
+i_feature_match* get_feature_match_inst() {
+    return &g_match_inst;
+}
 
 void release_feature_match_inst() {}
 
@@ -26,10 +27,13 @@ constexpr float RECIPROCAL_2523 = 0.00039635354f;
 constexpr float RECIPROCAL_2784 = 0.0003591954f;
 
 inline void keep_smaller(float& best, float distance) {
-    if (distance < best) best = distance;
+    if (distance < best)
+        best = distance;
 }
 
-inline float scaled(int count, float reciprocal) { return static_cast<float>(count) * reciprocal; }
+inline float scaled(int count, float reciprocal) {
+    return static_cast<float>(count) * reciprocal;
+}
 
 inline float divided(int count, int index) {
     return static_cast<float>(count) / static_cast<float>(g_piOverlapSize[index]);
@@ -38,21 +42,25 @@ inline float divided(int count, int index) {
 float light_distance(const int counts[MATCH_TRANSLATIONS]) {
     float best = 1.0f;
     keep_smaller(best, scaled(counts[0], RECIPROCAL_3072));
-    for (int i : {18, 20, 22, 24}) keep_smaller(best, scaled(counts[i], RECIPROCAL_2523));
+    for (int i : {18, 20, 22, 24})
+        keep_smaller(best, scaled(counts[i], RECIPROCAL_2523));
     return best;
 }
 
 float heavy_distance(const int counts[MATCH_TRANSLATIONS]) {
     float best = 1.0f;
-    for (int i = 1; i <= 16; ++i) keep_smaller(best, divided(counts[i], i));
-    for (int i : {17, 19, 21, 23}) keep_smaller(best, scaled(counts[i], RECIPROCAL_2784));
+    for (int i = 1; i <= 16; ++i)
+        keep_smaller(best, divided(counts[i], i));
+    for (int i : {17, 19, 21, 23})
+        keep_smaller(best, scaled(counts[i], RECIPROCAL_2784));
     return best;
 }
 
 float all_distance(const int counts[MATCH_TRANSLATIONS]) {
     float best = 1.0f;
     keep_smaller(best, scaled(counts[0], RECIPROCAL_3072));
-    for (int i = 1; i < MATCH_TRANSLATIONS; ++i) keep_smaller(best, divided(counts[i], i));
+    for (int i = 1; i < MATCH_TRANSLATIONS; ++i)
+        keep_smaller(best, divided(counts[i], i));
     return best;
 }
 
@@ -67,7 +75,8 @@ CPalmMatch::CPalmMatch() {
     m_byBitCount[0] = 0;
     for (unsigned i = 1; i < 65536; ++i) {
         unsigned char steps = 0;
-        for (unsigned v = i; v != 0; v &= v - 1) ++steps;
+        for (unsigned v = i; v != 0; v &= v - 1)
+            ++steps;
         m_byBitCount[i] = steps;
     }
 }
@@ -94,9 +103,11 @@ float CPalmMatch::Match_All(const palm_feature::single_feature& first,
 
 float CPalmMatch::Match_On(match_path path, const palm_feature::single_feature& first,
                            const palm_feature::single_feature& second, Match_Degree degree) const {
-    if (!known_degree(degree)) return 1.0f;
+    if (!known_degree(degree))
+        return 1.0f;
     const match_counter* counter = get_match_counter(path);
-    if (counter == nullptr) return Match_Reference(first, second, degree);
+    if (counter == nullptr)
+        return Match_Reference(first, second, degree);
     int counts[MATCH_TRANSLATIONS] = {};
     switch (degree) {
         case DEGREE_LIGHT:
@@ -124,11 +135,14 @@ int CPalmMatch::table_count(const uint32_t* const first[MATCH_PLANES],
     const uint32_t mask = dc < 0 ? 0xffffffffu >> -dc : dc > 0 ? 0xffffffffu << dc : 0xffffffffu;
     int count = 0;
     for (int r = 0; r < MATCH_ROWS; ++r) {
-        if (r + dr < 0 || r + dr >= MATCH_ROWS) continue;
+        if (r + dr < 0 || r + dr >= MATCH_ROWS)
+            continue;
         for (int p = 0; p < MATCH_PLANES; ++p) {
             uint32_t word = second[p][r + dr];
-            if (dc < 0) word >>= -dc;
-            if (dc > 0) word <<= dc;
+            if (dc < 0)
+                word >>= -dc;
+            if (dc > 0)
+                word <<= dc;
             count += table_pop((first[p][r] ^ word) & mask);
         }
     }
@@ -158,13 +172,15 @@ float CPalmMatch::Match_Reference(const palm_feature::single_feature& first,
     switch (degree) {
         case DEGREE_LIGHT:
             keep_smaller(best, scaled(table_count(pdwPlane1, pdwPlane2, 0, 0), RECIPROCAL_3072));
-            for (int j = 1; j < 8; j += 2) keep_smaller(best, scaled(count(3, j), RECIPROCAL_2523));
+            for (int j = 1; j < 8; j += 2)
+                keep_smaller(best, scaled(count(3, j), RECIPROCAL_2523));
             return best;
         case DEGREE_HEAVY:
             for (int s = 1; s <= 2; ++s)
                 for (int j = 0; j < 8; ++j)
                     keep_smaller(best, divided(count(s, j), 8 * (s - 1) + j + 1));
-            for (int j = 0; j < 8; j += 2) keep_smaller(best, scaled(count(3, j), RECIPROCAL_2784));
+            for (int j = 0; j < 8; j += 2)
+                keep_smaller(best, scaled(count(3, j), RECIPROCAL_2784));
             return best;
         case DEGREE_ALL:
             keep_smaller(best, scaled(table_count(pdwPlane1, pdwPlane2, 0, 0), RECIPROCAL_3072));

@@ -19,7 +19,7 @@ namespace palm_algorithm {
 extern const int g_piOverlapSize[MATCH_TRANSLATIONS];
 
 class CPalmMatch : public i_feature_match {
-public:
+  public:
     CPalmMatch();
 
     // Light: the centre and the four diagonals of length 3. Heavy: all of
@@ -47,7 +47,7 @@ public:
     // Number of set bits of each 16-bit value.
     unsigned char m_byBitCount[65536];
 
-private:
+  private:
     int table_pop(uint32_t word) const;
     int table_count(const uint32_t* const first[MATCH_PLANES],
                     const uint32_t* const second[MATCH_PLANES], int dr, int dc) const;

@@ -11,7 +11,7 @@
 namespace palm_algorithm {
 
 class PALM_EXPORT i_feature_match : public i_debug_interface {
-public:
+  public:
     // The underlying type is fixed so that any integer a caller passes is a
     // valid value of the type; unknown ones are answered with 1.0.
     enum Match_Degree : int { DEGREE_LIGHT = 0, DEGREE_HEAVY = 1, DEGREE_ALL = 2 };

@@ -25,9 +25,9 @@ struct padded_code {
 
 // All ones where a row index (offset by PAD_ROWS) lies on the grid.
 alignas(32) constexpr uint32_t g_row_on_grid[PADDED_ROWS] = {
-    0,  0,  0,  0,  0,  0,  0,  0,  ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
+    0,   0,   0,   0,   0,   0,   0,   0,   ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
     ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
-    ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, 0,  0,  0,  0,  0,  0,  0,  0};
+    ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, 0,   0,   0,   0,   0,   0,   0,   0};
 
 PALM_TARGET_AVX2 inline __m256i load(const void* p) {
     return _mm256_loadu_si256(static_cast<const __m256i*>(p));
@@ -46,8 +46,8 @@ PALM_TARGET_AVX2 inline __m256i byte_popcount(__m256i x) {
 
 PALM_TARGET_AVX2 inline int horizontal_sum(__m256i byte_counts) {
     const __m256i sums = _mm256_sad_epu8(byte_counts, _mm256_setzero_si256());
-    const __m128i half = _mm_add_epi64(_mm256_castsi256_si128(sums),
-                                       _mm256_extracti128_si256(sums, 1));
+    const __m128i half =
+        _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
     return static_cast<int>(_mm_cvtsi128_si64(half) + _mm_extract_epi64(half, 1));
 }
 
@@ -67,10 +67,13 @@ PALM_TARGET_AVX2 int count_at(const unsigned char* a, const padded_code& b) {
 #pragma GCC unroll 4
         for (int k = 0; k < 4; ++k) {
             __m256i vb = load(&b.rows[p][PAD_ROWS + 8 * k + dr]);
-            if (dc < 0) vb = _mm256_srli_epi32(vb, -dc);
-            if (dc > 0) vb = _mm256_slli_epi32(vb, dc);
+            if (dc < 0)
+                vb = _mm256_srli_epi32(vb, -dc);
+            if (dc > 0)
+                vb = _mm256_slli_epi32(vb, dc);
             __m256i x = _mm256_xor_si256(load(a + p * 128 + k * 32), vb);
-            if (dr != 0 || dc != 0) x = _mm256_and_si256(x, mask[k]);
+            if (dr != 0 || dc != 0)
+                x = _mm256_and_si256(x, mask[k]);
             counts = _mm256_add_epi8(counts, byte_popcount(x));
         }
     }
@@ -86,7 +89,8 @@ PALM_TARGET_AVX2 void count_all_of(const unsigned char* a, const unsigned char* 
     for (int p = 0; p < MATCH_PLANES; ++p) {
         __m256i* rows = reinterpret_cast<__m256i*>(pb.rows[p]);
         _mm256_store_si256(rows, zero);
-        for (int k = 0; k < 4; ++k) _mm256_store_si256(rows + 1 + k, load(b + p * 128 + k * 32));
+        for (int k = 0; k < 4; ++k)
+            _mm256_store_si256(rows + 1 + k, load(b + p * 128 + k * 32));
         _mm256_store_si256(rows + 5, zero);
     }
     ((counts[I] = count_at<I>(a, pb)), ...);
@@ -99,8 +103,7 @@ void count_set(const unsigned char* a, const unsigned char* b, int counts[MATCH_
 
 }  // namespace
 
-const match_counter g_avx2_match_counter = {count_set<light_translations>,
-                                            count_set<heavy_translations>,
-                                            count_set<all_translations>};
+const match_counter g_avx2_match_counter = {
+    count_set<light_translations>, count_set<heavy_translations>, count_set<all_translations>};
 
 }  // namespace palm_algorithm

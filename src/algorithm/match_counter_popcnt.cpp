@@ -46,8 +46,7 @@ void count_set(const unsigned char* a, const unsigned char* b, int counts[MATCH_
 
 }  // namespace
 
-const match_counter g_popcnt_match_counter = {count_set<light_translations>,
-                                              count_set<heavy_translations>,
-                                              count_set<all_translations>};
+const match_counter g_popcnt_match_counter = {
+    count_set<light_translations>, count_set<heavy_translations>, count_set<all_translations>};
 
 }  // namespace palm_algorithm
