@@ -1,0 +1,76 @@
+// Palm code matcher: the production path against the look-up table
+// reference, at each degree. Pairs are noisy copies, as in identification.
+#include <benchmark/benchmark.h>
+
+#include <random>
+#include <vector>
+
+#include "algorithm/feature_match.h"
+#include "support/random_codes.h"
+
+using palm_algorithm::CPalmMatch;
+using palm_algorithm::g_match_inst;
+using palm_algorithm::i_feature_match;
+using palm_algorithm::match_path;
+using palm_feature::single_feature;
+
+namespace {
+
+struct code_pairs {
+    std::vector<single_feature> first;
+    std::vector<single_feature> second;
+};
+
+const code_pairs& pairs() {
+    static const code_pairs all = [] {
+        code_pairs p;
+        std::mt19937 rng(7);
+        p.first.resize(64);
+        p.second.resize(64);
+        for (size_t i = 0; i < p.first.size(); ++i) {
+            palm_test::random_code(p.first[i], rng);
+            palm_test::noisy_copy(p.first[i], p.second[i], 0.2, rng);
+        }
+        return p;
+    }();
+    return all;
+}
+
+void run(benchmark::State& state, i_feature_match::Match_Degree degree, bool reference,
+         match_path path) {
+    if (!palm_algorithm::match_path_supported(path)) {
+        state.SkipWithError("processor lacks this path");
+        return;
+    }
+    const code_pairs& p = pairs();
+    size_t i = 0;
+    for (auto _ : state) {
+        float d = reference ? g_match_inst.Match_Reference(p.first[i], p.second[i], degree)
+                            : g_match_inst.Match_On(path, p.first[i], p.second[i], degree);
+        benchmark::DoNotOptimize(d);
+        i = (i + 1) % p.first.size();
+    }
+}
+
+void BM_Match(benchmark::State& state, i_feature_match::Match_Degree degree) {
+    const code_pairs& p = pairs();
+    size_t i = 0;
+    for (auto _ : state) {
+        float d = g_match_inst.match(p.first[i], p.second[i], degree);
+        benchmark::DoNotOptimize(d);
+        i = (i + 1) % p.first.size();
+    }
+}
+
+}  // namespace
+
+BENCHMARK_CAPTURE(BM_Match, all_fast, i_feature_match::DEGREE_ALL);
+BENCHMARK_CAPTURE(run, all_reference, i_feature_match::DEGREE_ALL, true, match_path::table);
+BENCHMARK_CAPTURE(run, all_popcnt, i_feature_match::DEGREE_ALL, false, match_path::popcnt);
+BENCHMARK_CAPTURE(run, all_avx2, i_feature_match::DEGREE_ALL, false, match_path::avx2);
+BENCHMARK_CAPTURE(BM_Match, light_fast, i_feature_match::DEGREE_LIGHT);
+BENCHMARK_CAPTURE(run, light_reference, i_feature_match::DEGREE_LIGHT, true, match_path::table);
+BENCHMARK_CAPTURE(BM_Match, heavy_fast, i_feature_match::DEGREE_HEAVY);
+BENCHMARK_CAPTURE(run, heavy_reference, i_feature_match::DEGREE_HEAVY, true, match_path::table);
+
+BENCHMARK_MAIN();

@@ -1,0 +1,109 @@
+// Differing-bit counts with eight row words per 256-bit register. Each
+// register holds rows 8k .. 8k+7 of one plane; the second code is copied
+// between zero rows so that a row shift is an unaligned load, and the rows
+// whose partner falls off the grid are masked. Bits are counted by nibble
+// look-up (vpshufb) into byte counters, summed once per translation.
+// Compiled for AVX2 alone; the matcher only calls it after checking the
+// processor.
+#include <immintrin.h>
+
+#include "algorithm/match_counter.h"
+
+#define PALM_TARGET_AVX2 __attribute__((target("avx2,popcnt")))
+
+namespace palm_algorithm {
+
+namespace {
+
+// Zero rows before and after each plane of the second code: enough for a
+// row shift of up to 3 and keeps each plane 32-byte aligned.
+enum { PAD_ROWS = 8, PADDED_ROWS = PAD_ROWS + MATCH_ROWS + PAD_ROWS };
+
+struct padded_code {
+    alignas(32) uint32_t rows[MATCH_PLANES][PADDED_ROWS];
+};
+
+// All ones where a row index (offset by PAD_ROWS) lies on the grid.
+alignas(32) constexpr uint32_t g_row_on_grid[PADDED_ROWS] = {
+    0,   0,   0,   0,   0,   0,   0,   0,   ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
+    ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
+    ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, 0,   0,   0,   0,   0,   0,   0,   0};
+
+PALM_TARGET_AVX2 inline __m256i load(const void* p) {
+    return _mm256_loadu_si256(static_cast<const __m256i*>(p));
+}
+
+// Per-byte bit counts (0 to 8) of a register.
+PALM_TARGET_AVX2 inline __m256i byte_popcount(__m256i x) {
+    const __m256i nibble_bits = _mm256_setr_epi8(0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4,  //
+                                                 0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4);
+    const __m256i low_nibble = _mm256_set1_epi8(0x0f);
+    const __m256i lo = _mm256_and_si256(x, low_nibble);
+    const __m256i hi = _mm256_and_si256(_mm256_srli_epi16(x, 4), low_nibble);
+    return _mm256_add_epi8(_mm256_shuffle_epi8(nibble_bits, lo),
+                           _mm256_shuffle_epi8(nibble_bits, hi));
+}
+
+PALM_TARGET_AVX2 inline int horizontal_sum(__m256i byte_counts) {
+    const __m256i sums = _mm256_sad_epu8(byte_counts, _mm256_setzero_si256());
+    const __m128i half =
+        _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+    return static_cast<int>(_mm_cvtsi128_si64(half) + _mm_extract_epi64(half, 1));
+}
+
+template <int I>
+PALM_TARGET_AVX2 int count_at(const unsigned char* a, const padded_code& b) {
+    constexpr int dr = g_match_translations[I].dr;
+    constexpr int dc = g_match_translations[I].dc;
+    const __m256i column = _mm256_set1_epi32(static_cast<int>(match_column_mask(dc)));
+    __m256i mask[4];
+    for (int k = 0; k < 4; ++k)
+        mask[k] = dr == 0 ? column
+                          : _mm256_and_si256(column, load(g_row_on_grid + PAD_ROWS + 8 * k + dr));
+    // At most 8 bits per byte from each of 12 registers: no byte overflows.
+    __m256i counts = _mm256_setzero_si256();
+#pragma GCC unroll 3
+    for (int p = 0; p < MATCH_PLANES; ++p) {
+#pragma GCC unroll 4
+        for (int k = 0; k < 4; ++k) {
+            __m256i vb = load(&b.rows[p][PAD_ROWS + 8 * k + dr]);
+            if (dc < 0)
+                vb = _mm256_srli_epi32(vb, -dc);
+            if (dc > 0)
+                vb = _mm256_slli_epi32(vb, dc);
+            __m256i x = _mm256_xor_si256(load(a + p * 128 + k * 32), vb);
+            if (dr != 0 || dc != 0)
+                x = _mm256_and_si256(x, mask[k]);
+            counts = _mm256_add_epi8(counts, byte_popcount(x));
+        }
+    }
+    return horizontal_sum(counts);
+}
+
+template <int... I>
+PALM_TARGET_AVX2 void count_all_of(const unsigned char* a, const unsigned char* b,
+                                   int counts[MATCH_TRANSLATIONS],
+                                   std::integer_sequence<int, I...>) {
+    padded_code pb;
+    const __m256i zero = _mm256_setzero_si256();
+    for (int p = 0; p < MATCH_PLANES; ++p) {
+        __m256i* rows = reinterpret_cast<__m256i*>(pb.rows[p]);
+        _mm256_store_si256(rows, zero);
+        for (int k = 0; k < 4; ++k)
+            _mm256_store_si256(rows + 1 + k, load(b + p * 128 + k * 32));
+        _mm256_store_si256(rows + 5, zero);
+    }
+    ((counts[I] = count_at<I>(a, pb)), ...);
+}
+
+template <typename Set>
+void count_set(const unsigned char* a, const unsigned char* b, int counts[MATCH_TRANSLATIONS]) {
+    count_all_of(a, b, counts, Set());
+}
+
+}  // namespace
+
+const match_counter g_avx2_match_counter = {
+    count_set<light_translations>, count_set<heavy_translations>, count_set<all_translations>};
+
+}  // namespace palm_algorithm
