@@ -119,8 +119,7 @@ bool rcg_environment::set_match_policy(int id, int policy) {
 bool rcg_environment::match_1v1(int id, char const* a, char const* spare, char const* b) const {
     shared_lock lock(mutex);
     rcg_partition_def* const partition = find_partition(id);
-    (void)a, (void)spare, (void)b;
-    return partition != nullptr && false;
+    return partition != nullptr && partition->match_1v1(a, spare, b);
 }
 
 bool rcg_environment::match_1v1_in_lib(int id, char const* text, char const* spare,
@@ -128,15 +127,14 @@ bool rcg_environment::match_1v1_in_lib(int id, char const* text, char const* spa
     shared_lock lock(mutex);
     std::string const* name = find_name(user);
     rcg_partition_def* const partition = find_partition(id);
-    (void)text, (void)spare;
-    return name != nullptr && partition != nullptr && false;
+    if (name == nullptr || partition == nullptr) return false;
+    return partition->match_1v1(text, spare, name);
 }
 
 bool rcg_environment::match_1vN(int id, char const* text, char const* spare) {
     shared_lock lock(mutex);
     rcg_partition_def* const partition = find_partition(id);
-    (void)text, (void)spare;
-    return partition != nullptr && false;
+    return partition != nullptr && partition->match_1vN(text, spare);
 }
 
 char const* rcg_environment::get_identify_user_name(int id) {

@@ -12,12 +12,35 @@
 #include <utility>
 #include <vector>
 
+#include "algorithm/i_feature_match.h"
+
+#include "feature/palm_cell.h"
+#include "feature/single_feature.h"
+#include "feature/user_palm_feature.h"
 #include "recognition/simple_feature_lib.h"
+
+namespace boost {
+class thread;
+}
+namespace palm_workflow {
+class i_feature_login;
+}
 
 namespace palm_recognition {
 
+struct match_thread_data;
+
 class rcg_partition_def {
 public:
+    typedef palm_feature::palm_cell<palm_feature::single_feature> cell_type;
+
+    // A user accepted by the verify stage of an identification.
+    struct CANDINATE_INFO {
+        float print_dist;
+        float vein_dist;
+        int user_index;  // index into users
+    };
+
     rcg_partition_def(simple_feature_lib const& lib, bool parallel);
     ~rcg_partition_def();
     rcg_partition_def(rcg_partition_def const&) = delete;
@@ -39,6 +62,36 @@ public:
     void clear_rcg_results() const;
     void reset_identify_process();
 
+    // One-to-one: text against text (a null `spare` is refused), text against
+    // a stored template, and the record comparison both end in.
+    bool match_1v1(char const* a, char const* spare, char const* b) const;
+    bool match_1v1(char const* text, char const* spare, std::string const* user) const;
+    bool match_1v1(palm_feature::user_palm_feature const& a,
+                   palm_feature::user_palm_feature const& b) const;
+    // The partition's limits applied to a (print, vein) pair.
+    bool decision(std::pair<float, float> const& d) const;
+
+    // One-to-many: each probe cell in turn until one identifies a user, whose
+    // name then becomes this thread's result. `spare` is not read.
+    bool match_1vN(char const* text, char const* spare) const;
+    // One cell against every user, coarse stage on the calling thread or on
+    // the workers; null when nobody is identified. The caller holds `mutex`.
+    std::string const* normal_lib_match(cell_type const& probe) const;
+    std::string const* parell_lib_match(cell_type const& probe) const;
+    // The body of every worker.
+    void match_thread_func(match_thread_data* data);
+
+    // Cells of a template of T cells that each coarse stage compares: every
+    // `stride`-th from cell 0.
+    static int normal_stride(int cells) { return cells % 5 > 1 ? 5 : 1; }
+    static int parallel_stride(int cells) { return cells > 9 && cells % 5 == 0 ? 5 : 1; }
+    // (begin, count) of each worker's share of n users with a pool of `pool`
+    // workers: one worker per ten users or part of ten, capped by the pool,
+    // equal shares and the remainder all to the last worker.
+    static std::vector<std::pair<unsigned, unsigned> > worker_shares(unsigned n, unsigned pool);
+    // The users of the best slots whose remaining cells the fine stage compares.
+    static const int FINE_CANDIDATES = 50;
+
     // Read access for the owner and for tests.
     std::vector<std::string const*> users_snapshot() const;
     int policy() const;
@@ -57,6 +110,21 @@ private:
     };
     std::string& thread_name() const;
 
+    void start_workers();
+    void stop_workers();
+    // Coarse stage for users [begin, begin + count): the best print distance
+    // of each over every `stride`-th cell of its template.
+    static void coarse_stage(palm_algorithm::i_feature_match* matcher,
+                             simple_feature_lib const& lib, cell_type const& probe,
+                             std::vector<std::string const*> const& users, unsigned begin,
+                             unsigned count, bool parallel_rule,
+                             std::vector<std::pair<double, int> >& distances,
+                             std::vector<int>& best_cells);
+    // Sort, fine stage, verify stage and selection, shared by both searches.
+    std::string const* common_tail(cell_type const& probe,
+                                   std::vector<std::pair<double, int> >& distances,
+                                   std::vector<int>& best_cells) const;
+
 public:
     mutable boost::shared_mutex mutex;
     simple_feature_lib const& lib;
@@ -66,8 +134,14 @@ public:
     float vein_limit;
     float bias;
     mutable boost::thread_specific_ptr<identified_name> identify_user_name;
+    // The comparer of one-to-one matching. Each partition has its own, so
+    // deleting one partition never leaves another with a dangling comparer.
+    palm_workflow::i_feature_login* login_process;
     mutable std::map<std::string, std::pair<float, float> > rcg_results;
     bool const parallel;
+    unsigned int thread_count;
+    std::vector<boost::thread*> threads;
+    std::vector<match_thread_data*> thread_data;
 
 private:
     std::uint64_t const serial_;
