@@ -109,7 +109,7 @@ int run_demo(std::vector<std::string> const& args) {
 }  // namespace
 
 std::vector<demo_section> const& demo_sections() {
-    static std::vector<demo_section> const all = {demo_server_store};
+    static std::vector<demo_section> const all = {demo_server_store, demo_matching};
     return all;
 }
 

@@ -25,6 +25,7 @@ using demo_section = int (*)(demo_state& state);
 std::vector<demo_section> const& demo_sections();
 
 int demo_server_store(demo_state& state);
+int demo_matching(demo_state& state);
 
 std::string demo_user_name(int i);
 
