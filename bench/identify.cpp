@@ -18,13 +18,7 @@
 namespace {
 
 std::vector<std::string> const& texts() {
-    static std::vector<std::string> const all = [] {
-        std::mt19937 rng(21);
-        std::vector<std::string> t;
-        for (int i = 0; i < 128; ++i)
-            t.push_back(palm_test::feature_text(palm_test::random_record(25, rng)));
-        return t;
-    }();
+    static std::vector<std::string> const all = palm_test::random_texts(128, 25, 21);
     return all;
 }
 

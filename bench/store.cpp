@@ -22,13 +22,7 @@ namespace {
 // A few hundred distinct texts serve any number of users: the store decodes
 // every push anyway, and the contents do not change its costs.
 std::vector<std::string> const& texts() {
-    static std::vector<std::string> const all = [] {
-        std::mt19937 rng(11);
-        std::vector<std::string> t;
-        for (int i = 0; i < 256; ++i)
-            t.push_back(palm_test::feature_text(palm_test::random_record(25, rng)));
-        return t;
-    }();
+    static std::vector<std::string> const all = palm_test::random_texts(256, 25, 11);
     return all;
 }
 

@@ -35,6 +35,14 @@ std::string feature_text(palm_feature::user_palm_feature const& record) {
     return text;
 }
 
+std::vector<std::string> random_texts(int count, int cells, unsigned seed) {
+    std::mt19937 rng(seed);
+    std::vector<std::string> texts;
+    texts.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) texts.push_back(feature_text(random_record(cells, rng)));
+    return texts;
+}
+
 std::string stream_bytes(palm_feature::user_palm_feature const& record) {
     std::ostringstream out;
     record.write(out);

@@ -5,6 +5,7 @@
 
 #include <random>
 #include <string>
+#include <vector>
 
 #include "feature/user_palm_feature.h"
 
@@ -21,6 +22,9 @@ palm_feature::user_palm_feature noisy_probe(palm_feature::user_palm_feature cons
 
 // The feature text of a record (empty for a record without cells).
 std::string feature_text(palm_feature::user_palm_feature const& record);
+
+// `count` feature texts of random records of `cells` cells each.
+std::vector<std::string> random_texts(int count, int cells, unsigned seed);
 
 // The stream form of a record, as write() gives it.
 std::string stream_bytes(palm_feature::user_palm_feature const& record);
