@@ -68,9 +68,13 @@ BENCHMARK_CAPTURE(BM_Match, all_fast, i_feature_match::DEGREE_ALL);
 BENCHMARK_CAPTURE(run, all_reference, i_feature_match::DEGREE_ALL, true, match_path::table);
 BENCHMARK_CAPTURE(run, all_popcnt, i_feature_match::DEGREE_ALL, false, match_path::popcnt);
 BENCHMARK_CAPTURE(run, all_avx2, i_feature_match::DEGREE_ALL, false, match_path::avx2);
+BENCHMARK_CAPTURE(run, all_avx512, i_feature_match::DEGREE_ALL, false, match_path::avx512);
 BENCHMARK_CAPTURE(BM_Match, light_fast, i_feature_match::DEGREE_LIGHT);
 BENCHMARK_CAPTURE(run, light_reference, i_feature_match::DEGREE_LIGHT, true, match_path::table);
+BENCHMARK_CAPTURE(run, light_avx2, i_feature_match::DEGREE_LIGHT, false, match_path::avx2);
 BENCHMARK_CAPTURE(BM_Match, heavy_fast, i_feature_match::DEGREE_HEAVY);
 BENCHMARK_CAPTURE(run, heavy_reference, i_feature_match::DEGREE_HEAVY, true, match_path::table);
+
+BENCHMARK_CAPTURE(run, heavy_avx2, i_feature_match::DEGREE_HEAVY, false, match_path::avx2);
 
 BENCHMARK_MAIN();

@@ -12,14 +12,20 @@ bool match_path_supported(match_path path) {
             return __builtin_cpu_supports("popcnt");
         case match_path::avx2:
             return __builtin_cpu_supports("popcnt") && __builtin_cpu_supports("avx2");
+        case match_path::avx512:
+            return __builtin_cpu_supports("popcnt") && __builtin_cpu_supports("avx512f") &&
+                   __builtin_cpu_supports("avx512vpopcntdq");
     }
     return false;
 }
 
 match_path best_match_path() {
-    static match_path const best = match_path_supported(match_path::avx2)     ? match_path::avx2
-                                   : match_path_supported(match_path::popcnt) ? match_path::popcnt
-                                                                              : match_path::table;
+    static match_path const best = [] {
+        for (match_path p : {match_path::avx512, match_path::avx2, match_path::popcnt})
+            if (match_path_supported(p))
+                return p;
+        return match_path::table;
+    }();
     return best;
 }
 
@@ -29,6 +35,8 @@ const match_counter* get_match_counter(match_path path) {
             return &g_popcnt_match_counter;
         case match_path::avx2:
             return &g_avx2_match_counter;
+        case match_path::avx512:
+            return &g_avx512_match_counter;
         case match_path::table:
             break;
     }

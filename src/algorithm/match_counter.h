@@ -12,6 +12,7 @@ enum class match_path {
     table,   // 16-bit look-up table, plain x86-64; the reference
     popcnt,  // one population count instruction per row word
     avx2,    // eight row words per 256-bit register
+    avx512,  // sixteen row words per 512-bit register, vector population count
 };
 
 // Fills counts[i] for each translation index i that the degree tests and
@@ -37,6 +38,7 @@ const match_counter* get_match_counter(match_path path);
 
 extern const match_counter g_popcnt_match_counter;
 extern const match_counter g_avx2_match_counter;
+extern const match_counter g_avx512_match_counter;
 
 }  // namespace palm_algorithm
 

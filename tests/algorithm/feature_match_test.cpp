@@ -39,14 +39,25 @@ uint32_t float_bits(float f) {
 // Every path this processor runs, the table reference first.
 std::vector<match_path> supported_paths() {
     std::vector<match_path> paths;
-    for (match_path p : {match_path::table, match_path::popcnt, match_path::avx2})
+    for (match_path p :
+         {match_path::table, match_path::popcnt, match_path::avx2, match_path::avx512})
         if (palm_algorithm::match_path_supported(p))
             paths.push_back(p);
     return paths;
 }
 
 char const* path_name(match_path p) {
-    return p == match_path::table ? "table" : p == match_path::popcnt ? "popcnt" : "avx2";
+    switch (p) {
+        case match_path::table:
+            return "table";
+        case match_path::popcnt:
+            return "popcnt";
+        case match_path::avx2:
+            return "avx2";
+        case match_path::avx512:
+            return "avx512";
+    }
+    return "?";
 }
 
 // The distance at one degree by every path and by match() itself; all of
@@ -489,6 +500,10 @@ TEST(FeatureMatchPaths, PopcountPathEqualsReferenceBitForBit) {
 
 TEST(FeatureMatchPaths, Avx2PathEqualsReferenceBitForBit) {
     expect_path_matches_reference(match_path::avx2);
+}
+
+TEST(FeatureMatchPaths, Avx512PathEqualsReferenceBitForBit) {
+    expect_path_matches_reference(match_path::avx512);
 }
 
 TEST(FeatureMatchPaths, TablePathIsTheReference) {
