@@ -8,27 +8,14 @@
 // processor.
 #include <immintrin.h>
 
-#include "algorithm/match_counter.h"
+#include "algorithm/match_counter_of.h"
+#include "algorithm/match_padded_code.h"
 
 #define PALM_TARGET_AVX2 __attribute__((target("avx2,popcnt")))
 
 namespace palm_algorithm {
 
 namespace {
-
-// Zero rows before and after each plane of the second code: enough for a
-// row shift of up to 3 and keeps each plane 32-byte aligned.
-enum { PAD_ROWS = 8, PADDED_ROWS = PAD_ROWS + MATCH_ROWS + PAD_ROWS };
-
-struct padded_code {
-    alignas(32) uint32_t rows[MATCH_PLANES][PADDED_ROWS];
-};
-
-// All ones where a row index (offset by PAD_ROWS) lies on the grid.
-alignas(32) constexpr uint32_t g_row_on_grid[PADDED_ROWS] = {
-    0,   0,   0,   0,   0,   0,   0,   0,   ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
-    ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
-    ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, 0,   0,   0,   0,   0,   0,   0,   0};
 
 PALM_TARGET_AVX2 inline __m256i load(const void* p) {
     return _mm256_loadu_si256(static_cast<const __m256i*>(p));
@@ -61,21 +48,36 @@ PALM_TARGET_AVX2 inline void carry_save(__m256i& carry, __m256i& sum, __m256i a,
     sum = _mm256_xor_si256(u, c);
 }
 
+struct avx2_codes {
+    const unsigned char* a;
+    match_padded_code b;
+
+    avx2_codes(const unsigned char* first, const unsigned char* second) : a(first), b(second) {}
+};
+
 template <int I>
-PALM_TARGET_AVX2 int count_at(const unsigned char* a, const padded_code& b) {
+struct avx2_count {
+    PALM_TARGET_AVX2 static int run(const avx2_codes& codes);
+};
+
+template <int I>
+PALM_TARGET_AVX2 int avx2_count<I>::run(const avx2_codes& codes) {
+    const unsigned char* a = codes.a;
+    const match_padded_code& b = codes.b;
     constexpr int dr = g_match_translations[I].dr;
     constexpr int dc = g_match_translations[I].dc;
     const __m256i column = _mm256_set1_epi32(static_cast<int>(match_column_mask(dc)));
     __m256i mask[4];
     for (int k = 0; k < 4; ++k)
         mask[k] = dr == 0 ? column
-                          : _mm256_and_si256(column, load(g_row_on_grid + PAD_ROWS + 8 * k + dr));
+                          : _mm256_and_si256(
+                                column, load(g_match_row_on_grid + MATCH_PAD_ROWS + 8 * k + dr));
     __m256i x[MATCH_PLANES * 4];
 #pragma GCC unroll 3
     for (int p = 0; p < MATCH_PLANES; ++p) {
 #pragma GCC unroll 4
         for (int k = 0; k < 4; ++k) {
-            __m256i vb = load(&b.rows[p][PAD_ROWS + 8 * k + dr]);
+            __m256i vb = load(&b.rows[p][MATCH_PAD_ROWS + 8 * k + dr]);
             if (dc < 0)
                 vb = _mm256_srli_epi32(vb, -dc);
             if (dc > 0)
@@ -105,30 +107,8 @@ PALM_TARGET_AVX2 int count_at(const unsigned char* a, const padded_code& b) {
                                           _mm256_slli_epi16(fours, 2)));
 }
 
-template <int... I>
-PALM_TARGET_AVX2 void count_all_of(const unsigned char* a, const unsigned char* b,
-                                   int counts[MATCH_TRANSLATIONS],
-                                   std::integer_sequence<int, I...>) {
-    padded_code pb;
-    const __m256i zero = _mm256_setzero_si256();
-    for (int p = 0; p < MATCH_PLANES; ++p) {
-        __m256i* rows = reinterpret_cast<__m256i*>(pb.rows[p]);
-        _mm256_store_si256(rows, zero);
-        for (int k = 0; k < 4; ++k)
-            _mm256_store_si256(rows + 1 + k, load(b + p * 128 + k * 32));
-        _mm256_store_si256(rows + 5, zero);
-    }
-    ((counts[I] = count_at<I>(a, pb)), ...);
-}
-
-template <typename Set>
-void count_set(const unsigned char* a, const unsigned char* b, int counts[MATCH_TRANSLATIONS]) {
-    count_all_of(a, b, counts, Set());
-}
-
 }  // namespace
 
-const match_counter g_avx2_match_counter = {
-    count_set<light_translations>, count_set<heavy_translations>, count_set<all_translations>};
+const match_counter g_avx2_match_counter = match_counter_of<avx2_codes, avx2_count>::counter();
 
 }  // namespace palm_algorithm

@@ -4,7 +4,7 @@
 // x86-64; the matcher only calls this after checking the processor.
 #include <cstring>
 
-#include "algorithm/match_counter.h"
+#include "algorithm/match_counter_of.h"
 
 #define PALM_TARGET_POPCNT __attribute__((target("popcnt")))
 
@@ -22,8 +22,27 @@ inline uint64_t row_pair(const uint32_t* rows) {
 // pair moves bits between its two rows, but exactly into the positions that
 // the column mask of each half removes, so the count stays that of two
 // separate words.
+// Row words in host byte order, copied so that no byte buffer is read
+// through a wider type.
+struct popcnt_codes {
+    uint32_t a[MATCH_PLANES * MATCH_ROWS];
+    uint32_t b[MATCH_PLANES * MATCH_ROWS];
+
+    popcnt_codes(const unsigned char* first, const unsigned char* second) {
+        std::memcpy(a, first, sizeof a);
+        std::memcpy(b, second, sizeof b);
+    }
+};
+
 template <int I>
-PALM_TARGET_POPCNT int count_at(const uint32_t* a, const uint32_t* b) {
+struct popcnt_count {
+    PALM_TARGET_POPCNT static int run(const popcnt_codes& codes);
+};
+
+template <int I>
+PALM_TARGET_POPCNT int popcnt_count<I>::run(const popcnt_codes& codes) {
+    const uint32_t* a = codes.a;
+    const uint32_t* b = codes.b;
     constexpr int dr = g_match_translations[I].dr;
     constexpr int dc = g_match_translations[I].dc;
     constexpr uint32_t mask = match_column_mask(dc);
@@ -46,27 +65,9 @@ PALM_TARGET_POPCNT int count_at(const uint32_t* a, const uint32_t* b) {
     return count;
 }
 
-template <int... I>
-PALM_TARGET_POPCNT void count_all_of(const unsigned char* a, const unsigned char* b,
-                                     int counts[MATCH_TRANSLATIONS],
-                                     std::integer_sequence<int, I...>) {
-    // Row words in host byte order, copied so that no byte buffer is read
-    // through a wider type.
-    uint32_t wa[MATCH_PLANES * MATCH_ROWS];
-    uint32_t wb[MATCH_PLANES * MATCH_ROWS];
-    std::memcpy(wa, a, sizeof wa);
-    std::memcpy(wb, b, sizeof wb);
-    ((counts[I] = count_at<I>(wa, wb)), ...);
-}
-
-template <typename Set>
-void count_set(const unsigned char* a, const unsigned char* b, int counts[MATCH_TRANSLATIONS]) {
-    count_all_of(a, b, counts, Set());
-}
-
 }  // namespace
 
-const match_counter g_popcnt_match_counter = {
-    count_set<light_translations>, count_set<heavy_translations>, count_set<all_translations>};
+const match_counter g_popcnt_match_counter =
+    match_counter_of<popcnt_codes, popcnt_count>::counter();
 
 }  // namespace palm_algorithm
