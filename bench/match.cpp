@@ -8,7 +8,6 @@
 #include "algorithm/feature_match.h"
 #include "support/random_codes.h"
 
-using palm_algorithm::CPalmMatch;
 using palm_algorithm::g_match_inst;
 using palm_algorithm::i_feature_match;
 using palm_algorithm::match_path;
@@ -36,8 +35,8 @@ const code_pairs& pairs() {
     return all;
 }
 
-void run(benchmark::State& state, i_feature_match::Match_Degree degree, bool reference,
-         match_path path) {
+// One counting path; the table path is the look-up table reference.
+void BM_MatchPath(benchmark::State& state, i_feature_match::Match_Degree degree, match_path path) {
     if (!palm_algorithm::match_path_supported(path)) {
         state.SkipWithError("processor lacks this path");
         return;
@@ -45,13 +44,13 @@ void run(benchmark::State& state, i_feature_match::Match_Degree degree, bool ref
     const code_pairs& p = pairs();
     size_t i = 0;
     for (auto _ : state) {
-        float d = reference ? g_match_inst.Match_Reference(p.first[i], p.second[i], degree)
-                            : g_match_inst.Match_On(path, p.first[i], p.second[i], degree);
+        float d = g_match_inst.Match_On(path, p.first[i], p.second[i], degree);
         benchmark::DoNotOptimize(d);
         i = (i + 1) % p.first.size();
     }
 }
 
+// The production call, on the path chosen for this processor.
 void BM_Match(benchmark::State& state, i_feature_match::Match_Degree degree) {
     const code_pairs& p = pairs();
     size_t i = 0;
@@ -65,16 +64,15 @@ void BM_Match(benchmark::State& state, i_feature_match::Match_Degree degree) {
 }  // namespace
 
 BENCHMARK_CAPTURE(BM_Match, all_fast, i_feature_match::DEGREE_ALL);
-BENCHMARK_CAPTURE(run, all_reference, i_feature_match::DEGREE_ALL, true, match_path::table);
-BENCHMARK_CAPTURE(run, all_popcnt, i_feature_match::DEGREE_ALL, false, match_path::popcnt);
-BENCHMARK_CAPTURE(run, all_avx2, i_feature_match::DEGREE_ALL, false, match_path::avx2);
-BENCHMARK_CAPTURE(run, all_avx512, i_feature_match::DEGREE_ALL, false, match_path::avx512);
+BENCHMARK_CAPTURE(BM_MatchPath, all_reference, i_feature_match::DEGREE_ALL, match_path::table);
+BENCHMARK_CAPTURE(BM_MatchPath, all_popcnt, i_feature_match::DEGREE_ALL, match_path::popcnt);
+BENCHMARK_CAPTURE(BM_MatchPath, all_avx2, i_feature_match::DEGREE_ALL, match_path::avx2);
+BENCHMARK_CAPTURE(BM_MatchPath, all_avx512, i_feature_match::DEGREE_ALL, match_path::avx512);
 BENCHMARK_CAPTURE(BM_Match, light_fast, i_feature_match::DEGREE_LIGHT);
-BENCHMARK_CAPTURE(run, light_reference, i_feature_match::DEGREE_LIGHT, true, match_path::table);
-BENCHMARK_CAPTURE(run, light_avx2, i_feature_match::DEGREE_LIGHT, false, match_path::avx2);
+BENCHMARK_CAPTURE(BM_MatchPath, light_reference, i_feature_match::DEGREE_LIGHT, match_path::table);
+BENCHMARK_CAPTURE(BM_MatchPath, light_avx2, i_feature_match::DEGREE_LIGHT, match_path::avx2);
 BENCHMARK_CAPTURE(BM_Match, heavy_fast, i_feature_match::DEGREE_HEAVY);
-BENCHMARK_CAPTURE(run, heavy_reference, i_feature_match::DEGREE_HEAVY, true, match_path::table);
-
-BENCHMARK_CAPTURE(run, heavy_avx2, i_feature_match::DEGREE_HEAVY, false, match_path::avx2);
+BENCHMARK_CAPTURE(BM_MatchPath, heavy_reference, i_feature_match::DEGREE_HEAVY, match_path::table);
+BENCHMARK_CAPTURE(BM_MatchPath, heavy_avx2, i_feature_match::DEGREE_HEAVY, match_path::avx2);
 
 BENCHMARK_MAIN();
