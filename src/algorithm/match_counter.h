@@ -10,7 +10,7 @@ namespace palm_algorithm {
 
 enum class match_path {
     table,   // 16-bit look-up table, plain x86-64; the reference
-    popcnt,  // one population count instruction per row word
+    popcnt,  // one population count instruction per two row words
     avx2,    // eight row words per 256-bit register
     avx512,  // sixteen row words per 512-bit register, vector population count
 };
