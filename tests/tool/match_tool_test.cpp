@@ -9,6 +9,8 @@
 #include "support/code_patterns.h"
 #include "support/random_codes.h"
 #include "support/shell.h"
+#include "support/synthetic_records.h"
+#include "support/tool_runner.h"
 
 using palm_algorithm::i_feature_match;
 using palm_feature::single_feature;
@@ -134,6 +136,34 @@ TEST_F(MatchTool, WrongArgumentCountShowsUsage) {
         tool_result const r = run_match(args);
         EXPECT_NE(0, r.status) << args;
         EXPECT_EQ("", r.out);
-        EXPECT_EQ("palm: usage: palm match A B\n", r.err);
+        EXPECT_EQ("palm: usage: palm match A B [--policy N]\n", r.err);
     }
+}
+
+// Record files: the best pair and the server's decision.
+
+TEST(MatchToolRecords, SameHandIsAcceptedAndStrangerRejected) {
+    std::mt19937 rng(31);
+    auto const enrolled = palm_test::random_record(5, rng);
+    auto const probe = palm_test::noisy_probe(enrolled, 1, 0.05, rng);
+    auto const stranger = palm_test::random_record(2, rng);
+    std::string const e = palm_test::temp_file("e.rec"), p = palm_test::temp_file("p.rec"),
+                      s = palm_test::temp_file("s.rec");
+    ASSERT_TRUE(enrolled.save(e));
+    ASSERT_TRUE(probe.save(p));
+    ASSERT_TRUE(stranger.save(s));
+    auto const same = palm_test::run_tool(PALM_TOOL_PATH, "match '" + p + "' '" + e + "'");
+    ASSERT_EQ(0, same.status) << same.err;
+    EXPECT_NE(std::string::npos, same.out.find("cells 1 5\n")) << same.out;
+    EXPECT_NE(std::string::npos, same.out.find("best 0 0\n")) << same.out;
+    EXPECT_NE(std::string::npos, same.out.find("policy 1 accept\n")) << same.out;
+    auto const other = palm_test::run_tool(PALM_TOOL_PATH, "match '" + s + "' '" + e + "'");
+    ASSERT_EQ(0, other.status) << other.err;
+    EXPECT_NE(std::string::npos, other.out.find("policy 1 reject\n")) << other.out;
+    auto const lax =
+        palm_test::run_tool(PALM_TOOL_PATH, "match '" + s + "' '" + e + "' --policy 5");
+    EXPECT_NE(std::string::npos, lax.out.find("policy 5 accept\n")) << lax.out;
+    EXPECT_NE(0, palm_test::run_tool(PALM_TOOL_PATH, "match '" + s + "' '" + e + "' --policy 6")
+                     .status);
+    for (auto const& f : {e, p, s}) std::remove(f.c_str());
 }

@@ -1,5 +1,9 @@
 // "palm match A B": the distance between two palm codes at each degree.
+#include <sys/stat.h>
+
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iterator>
@@ -8,7 +12,10 @@
 
 #include "algorithm/i_feature_match.h"
 #include "command.h"
+#include "feature/crypt_feature.h"
 #include "feature/single_feature.h"
+#include "feature/user_palm_feature.h"
+#include "service/palm_service.h"
 
 namespace {
 
@@ -58,6 +65,13 @@ void print_distances(single_feature const& first, single_feature const& second) 
     palm_algorithm::release_feature_match_inst();
 }
 
+// Size of a regular file, or -1.
+long long file_size(std::string const& path) {
+    struct stat st;
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return -1;
+    return static_cast<long long>(st.st_size);
+}
+
 // Both arguments are raw code files.
 int match_raw_files(std::string const& first_path, std::string const& second_path) {
     single_feature first, second;
@@ -69,15 +83,79 @@ int match_raw_files(std::string const& first_path, std::string const& second_pat
     return 0;
 }
 
+// Both arguments are record files: the pair of cells that the server's
+// one-to-one comparison would take (A's cells outer, the smallest print
+// distance at degree all, the earlier pair on a tie), its distances at every
+// degree, and the server's decision under `policy`.
+int match_record_files(std::string const& first_path, std::string const& second_path,
+                       int policy) {
+    palm_feature::user_palm_feature a, b;
+    if (!a.load(first_path))
+        return palm_tool::fail("'" + first_path + "' is neither a raw feature nor a record file");
+    if (!b.load(second_path))
+        return palm_tool::fail("'" + second_path + "' is neither a raw feature nor a record file");
+    i_feature_match* matcher = palm_algorithm::get_feature_match_inst();
+    float best = 1.0f;
+    int best_a = -1, best_b = -1;
+    for (int i = 0; i < a.size(); ++i)
+        for (int j = 0; j < b.size(); ++j) {
+            float const d = matcher->match(a[i].first, b[j].first, i_feature_match::DEGREE_ALL);
+            if (best > d) {
+                best = d;
+                best_a = i;
+                best_b = j;
+            }
+        }
+    std::printf("cells %d %d\n", a.size(), b.size());
+    if (best_a < 0) {
+        std::printf("best none\n");
+    } else {
+        std::printf("best %d %d\n", best_a, best_b);
+        std::printf("print:\n");
+        print_distances(a[best_a].first, b[best_b].first);
+        std::printf("vein:\n");
+        print_distances(a[best_a].second, b[best_b].second);
+    }
+
+    // The decision is the server's own, through a private partition.
+    std::string text_a, text_b, digest;
+    if (!crypt_feature(a, text_a, digest) || !crypt_feature(b, text_b, digest))
+        return palm_tool::fail("cannot encode the records");
+    int const partition = INT_MIN + 20;
+    create_partition(partition, 0);
+    bool const policy_ok = set_match_policy(partition, policy);
+    bool const accepted = policy_ok && match_1v1(partition, text_a.c_str(), "", text_b.c_str());
+    delete_partition(partition);
+    if (!policy_ok) return palm_tool::fail("policy must be 0 to 5");
+    std::printf("policy %d %s\n", policy, accepted ? "accept" : "reject");
+    return 0;
+}
+
 int run_match(std::vector<std::string> const& args) {
-    if (args.size() != 3)
-        return palm_tool::fail("usage: palm match A B");
-    return match_raw_files(args[1], args[2]);
+    std::vector<std::string> files;
+    int policy = 1;
+    for (std::size_t i = 1; i < args.size(); ++i) {
+        if (args[i] == "--policy" && i + 1 < args.size()) {
+            char* end = nullptr;
+            long const v = std::strtol(args[i + 1].c_str(), &end, 10);
+            if (*end != '\0' || v < 0 || v > 5) return palm_tool::fail("policy must be 0 to 5");
+            policy = static_cast<int>(v);
+            ++i;
+        } else {
+            files.push_back(args[i]);
+        }
+    }
+    if (files.size() != 2) return palm_tool::fail("usage: palm match A B [--policy N]");
+    bool const records = file_size(files[0]) > palm_feature::FEATURE_DATA_SIZE &&
+                         file_size(files[1]) > palm_feature::FEATURE_DATA_SIZE;
+    if (records) return match_record_files(files[0], files[1], policy);
+    return match_raw_files(files[0], files[1]);
 }
 
 }  // namespace
 
 PALM_COMMAND("match",
-             "  match A B                      distance of two raw 384-byte palm codes at\n"
-             "                                 degrees light, heavy and all",
+             "  match A B [--policy N]         distance of two raw 384-byte palm codes at\n"
+             "                                 degrees light, heavy and all; for two record\n"
+             "                                 files also the best pair and the decision",
              run_match);
