@@ -8,7 +8,7 @@
 namespace palm_algorithm {
 
 class PALM_EXPORT i_debug_interface {
-public:
+  public:
     virtual ~i_debug_interface() {}
     virtual void get_last_error(void*) {}
 };
