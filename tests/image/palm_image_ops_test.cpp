@@ -291,8 +291,9 @@ TEST(FindCentralRegion, StraightRaysAndNoCentre) {
         EXPECT_EQ(px(dest, 9 + k, 9), 255);  // right
     // Nothing outside the mask.
     for (int i = 0; i < 21 * 21; ++i) {
-        if (mask.GetBuffer()[i] == 0)
+        if (mask.GetBuffer()[i] == 0) {
             EXPECT_EQ(dest.GetBuffer()[i], 0);
+        }
     }
 }
 
