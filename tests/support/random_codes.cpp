@@ -17,7 +17,8 @@ void noisy_copy(palm_feature::single_feature const& src, palm_feature::single_fe
     std::bernoulli_distribution flip(p);
     for (int i = 0; i < palm_feature::FEATURE_DATA_SIZE; ++i)
         for (int b = 0; b < 8; ++b)
-            if (flip(rng)) dst.data[i] ^= static_cast<unsigned char>(1u << b);
+            if (flip(rng))
+                dst.data[i] ^= static_cast<unsigned char>(1u << b);
 }
 
 }  // namespace palm_test
