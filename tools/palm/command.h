@@ -29,7 +29,7 @@ int fail(std::string const& message);
 
 #define PALM_TOOL_CONCAT2(a, b) a##b
 #define PALM_TOOL_CONCAT(a, b) PALM_TOOL_CONCAT2(a, b)
-#define PALM_COMMAND(name, usage, fn) \
+#define PALM_COMMAND(name, usage, fn)                                        \
     static bool const PALM_TOOL_CONCAT(palm_command_registered_, __LINE__) = \
         ::palm_tool::register_command(name, usage, fn)
 

@@ -20,7 +20,9 @@ bool register_command(char const* name, char const* usage, command_fn run) {
     return true;
 }
 
-std::vector<command> const& commands() { return registry(); }
+std::vector<command> const& commands() {
+    return registry();
+}
 
 int fail(std::string const& message) {
     std::cerr << "palm: " << message << "\n";
@@ -32,7 +34,8 @@ int fail(std::string const& message) {
 namespace {
 void print_usage(std::ostream& out) {
     out << "usage: palm COMMAND [ARGS...]\n\ncommands:\n";
-    for (auto const& c : palm_tool::commands()) out << c.usage << "\n";
+    for (auto const& c : palm_tool::commands())
+        out << c.usage << "\n";
 }
 }  // namespace
 
@@ -48,7 +51,8 @@ int main(int argc, char** argv) {
     }
     std::vector<std::string> args(argv + 1, argv + argc);
     for (auto const& c : palm_tool::commands()) {
-        if (c.name == name) return c.run(args);
+        if (c.name == name)
+            return c.run(args);
     }
     std::cerr << "palm: unknown command '" << name << "'\n";
     print_usage(std::cerr);

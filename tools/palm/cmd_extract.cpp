@@ -1,0 +1,64 @@
+// "palm extract": codes a 110 x 110 region of interest into its 384-byte
+// palm code, written to a file or printed as hex.
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "algorithm/i_feature_extractor.h"
+#include "command.h"
+#include "feature/single_feature.h"
+#include "grey_image_io.h"
+
+namespace {
+
+int run_extract(std::vector<std::string> const& args) {
+    bool hex = false;
+    std::vector<std::string> files;
+    for (size_t i = 1; i < args.size(); ++i) {
+        if (args[i] == "--hex") {
+            hex = true;
+        } else {
+            files.push_back(args[i]);
+        }
+    }
+    if (files.size() != (hex ? 1u : 2u)) {
+        return palm_tool::fail("usage: palm extract ROI OUT | palm extract --hex ROI");
+    }
+    palm_share::palm_image roi;
+    std::string error;
+    if (!palm_tool::read_grey_image(files[0], roi, error))
+        return palm_tool::fail(error);
+    if (roi.GetWidth() != 110 || roi.GetHeight() != 110) {
+        return palm_tool::fail("the region must be 110 x 110 pixels, " + files[0] + " is " +
+                               std::to_string(roi.GetWidth()) + " x " +
+                               std::to_string(roi.GetHeight()));
+    }
+    palm_feature::single_feature feature;
+    if (!palm_algorithm::get_extractor_inst()->extract(roi, feature)) {
+        return palm_tool::fail("coding failed");
+    }
+    if (hex) {
+        std::string text;
+        for (int i = 0; i < palm_feature::FEATURE_DATA_SIZE; ++i) {
+            char two[3];
+            std::snprintf(two, sizeof(two), "%02x", feature.data[i]);
+            text += two;
+        }
+        std::cout << text << "\n";
+        return 0;
+    }
+    std::ofstream out(files[1], std::ios::binary);
+    if (!out || !feature.write(out))
+        return palm_tool::fail("cannot write " + files[1]);
+    return 0;
+}
+
+}  // namespace
+
+PALM_COMMAND("extract",
+             "  extract ROI OUT                code a 110x110 region (PGM, PNG, BMP) into a\n"
+             "                                 384-byte palm code\n"
+             "  extract --hex ROI              print the code as 768 hex digits",
+             run_extract);
