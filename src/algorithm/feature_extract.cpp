@@ -7,7 +7,7 @@
 #include <memory>
 #include <new>
 
-#include "algorithm/anigauss.h"
+#include "algorithm/anigauss_fast.h"
 
 namespace palm_algorithm {
 
@@ -51,11 +51,11 @@ void filter_region(CPalmExtract& extractor, const CYImage& image, work_buffers& 
     // Grey level centred on 128, with 10 fractional bits.
     for (int i = 0; i < kPlane; ++i)
         work.src[i] = (work.src[i] - 128) * 1024;
-    for (int k = 0; k < CPalmExtract::ORIENT_NUM; ++k) {
-        palm_share::anigauss(work.src, work.dest + k * kPlane, CPalmExtract::PADDING_IMG_WIDTH,
-                             CPalmExtract::PADDING_IMG_HEIGHT, k, CPalmExtract::ORDER_V,
+    // anigauss(src, dest + k * plane, 128, 128, k, ORDER_V, ORDER_U) for each
+    // orientation k, on the widest path the processor offers.
+    palm_share::anigauss_six(work.src, work.dest, CPalmExtract::PADDING_IMG_WIDTH,
+                             CPalmExtract::PADDING_IMG_HEIGHT, CPalmExtract::ORDER_V,
                              CPalmExtract::ORDER_U);
-    }
 }
 
 // Writes the code of every grid sample; if `strongest` is given, also the

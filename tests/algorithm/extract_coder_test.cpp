@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "algorithm/anigauss.h"
 #include "algorithm/feature_extract.h"
 #include "support/synthetic_palm.h"
 
@@ -269,6 +270,55 @@ TEST(ExtractorInstance, IsOneObjectAndReleaseDoesNothing) {
     EXPECT_EQ(a, palm_algorithm::get_extractor_inst());
     EXPECT_NE(dynamic_cast<CPalmExtract*>(a), nullptr);
     a->get_last_error(nullptr);
+}
+
+}  // namespace
+
+namespace {
+
+// The code through the reference filters, sample by sample as described.
+std::vector<unsigned char> reference_code(const palm_image& roi) {
+    CPalmExtract ex;
+    std::vector<int> src(128 * 128), dest(6 * 128 * 128);
+    ex.Padding(roi, src.data());
+    for (int& v : src)
+        v = (v - 128) * 1024;
+    for (int k = 0; k < 6; ++k) {
+        palm_share::anigauss(src.data(), dest.data() + k * 16384, 128, 128, k, 2, 0);
+    }
+    const int pattern[6] = {0b000, 0b001, 0b011, 0b111, 0b110, 0b100};
+    uint32_t words[3][32] = {};
+    for (int i = 0; i < 32; ++i) {
+        for (int j = 0; j < 32; ++j) {
+            const int at = (18 + 3 * i) * 128 + 18 + 3 * j;
+            int best = 0;
+            for (int k = 1; k < 6; ++k) {
+                if (dest[k * 16384 + at] > dest[best * 16384 + at])
+                    best = k;
+            }
+            for (int p = 0; p < 3; ++p) {
+                if (pattern[best] & (4 >> p))
+                    words[p][i] |= 1u << (31 - j);
+            }
+        }
+    }
+    std::vector<unsigned char> out(384);
+    std::memcpy(out.data(), words, 384);
+    return out;
+}
+
+TEST(Extract, EqualsCodeThroughReferenceFilters) {
+    std::mt19937 rng(21);
+    CPalmExtract ex;
+    for (int n = 0; n < 3; ++n) {
+        palm_image roi = palm_test::render_roi(palm_test::make_palm(rng), 0, 0, 3.0, rng);
+        single_feature f;
+        ASSERT_TRUE(ex.extract(roi, f));
+        EXPECT_EQ(bytes(f), reference_code(roi)) << n;
+    }
+    single_feature g;
+    ASSERT_TRUE(ex.extract(uniform(110, 110, 200), g));
+    EXPECT_EQ(bytes(g), reference_code(uniform(110, 110, 200)));
 }
 
 }  // namespace
