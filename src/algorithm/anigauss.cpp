@@ -4,14 +4,20 @@
 #include <cstring>
 #include <vector>
 
-#include "algorithm/anigauss_coef.h"
-#include "algorithm/fixed_point.h"
+#include "algorithm/anigauss_line.h"
 
 namespace palm_share {
 
 using fixed::mul_round;
 using fixed::sub;
 using fixed::sum;
+using iir::coef_row;
+using iir::line_coef;
+using iir::line_end;
+using iir::slant;
+using iir::slant_at;
+using iir::steady;
+using iir::step;
 
 const float TAN_P[6] = {0x0.0p+0f,         // 0x00000000
                         0x1.10dd62p-1f,    // 0x3f086eb1
@@ -24,43 +30,8 @@ const int COS_P[6] = {0, 1024, 1773, 2048, 1773, 1024};
 
 namespace {
 
-// One row of the coefficient tables.
-struct line_coef {
-    int32_t b1, b2, b3, B, P;
-    const int* M;
-};
-
-line_coef coef_row(int row) {
-    const int* c = g_piFilterCoef + 7 * row;
-    line_coef q = {c[2], c[1], c[0], c[3], g_piBCoef[row], g_piMCoef + 9 * row};
-    return q;
-}
-
 bool valid_args(const int* src, const int* dst, int sizex, int sizey, int k) {
     return src != nullptr && dst != nullptr && sizex >= 1 && sizey >= 1 && k >= 0 && k <= 5;
-}
-
-// One step of the recursion: input term plus the three history terms.
-inline int32_t step(const line_coef& q, int32_t input_term, int32_t h1, int32_t h2, int32_t h3) {
-    return sum(input_term, mul_round(q.b1, h1), mul_round(q.b2, h2), mul_round(q.b3, h3));
-}
-
-// End of a line: from the last three forward values y1 = y[n-1], y2, y3 and
-// the steady state u, the backward values z[n-1], z[n], z[n+1].
-inline void line_end(const line_coef& q, int32_t y1, int32_t y2, int32_t y3, int32_t u, int32_t& z0,
-                     int32_t& z1, int32_t& z2) {
-    const int32_t d0 = sub(y1, u), d1 = sub(y2, u), d2 = sub(y3, u);
-    const int32_t v = mul_round(q.P, u);
-    const int* M = q.M;
-    z0 = mul_round(q.B, sum(mul_round(M[0], d0), mul_round(M[1], d1), mul_round(M[2], d2), v));
-    z1 = mul_round(q.B, sum(mul_round(M[3], d0), mul_round(M[4], d1), mul_round(M[5], d2), v));
-    z2 = mul_round(q.B, sum(mul_round(M[6], d0), mul_round(M[7], d1), mul_round(M[8], d2), v));
-}
-
-// Steady state of a line that ends in x: the forward recursion run on for
-// ever on a constant x.
-inline int32_t steady(const line_coef& q, int32_t x) {
-    return mul_round(q.P, mul_round(q.B, x));
 }
 
 // One recursive line: x[0..n-1] into z[0..n-1]; z may be x.
@@ -122,18 +93,22 @@ void f_iir_yline_filter(int* src, int* dst, int sizex, int sizey, int k) {
         u[c] = steady(q, last[c]);
         h1[c] = h2[c] = h3[c] = img[c];
     }
-    for (int y = 0; y < sizey; ++y) {
-        int32_t* row = img + static_cast<size_t>(y) * sizex;
-        for (int c = 0; c < sizex; ++c) {
-            const int32_t v = step(q, mul_round(q.B, row[c]), h1[c], h2[c], h3[c]);
-            row[c] = v;
-            h3[c] = v;  // the oldest history row becomes the newest
+    // Runs the recursion over rows first, first + dir, ... up to last.
+    auto recurse = [&](int first, int last, int dir) {
+        for (int y = first; y != last + dir; y += dir) {
+            int32_t* row = img + static_cast<size_t>(y) * sizex;
+            for (int c = 0; c < sizex; ++c) {
+                const int32_t v = step(q, mul_round(q.B, row[c]), h1[c], h2[c], h3[c]);
+                row[c] = v;
+                h3[c] = v;  // the oldest history row becomes the newest
+            }
+            int32_t* t = h3;
+            h3 = h2;
+            h2 = h1;
+            h1 = t;
         }
-        int32_t* t = h3;
-        h3 = h2;
-        h2 = h1;
-        h1 = t;
-    }
+    };
+    recurse(0, sizey - 1, 1);
     int32_t* lastw = img + static_cast<size_t>(sizey - 1) * sizex;
     for (int c = 0; c < sizex; ++c) {
         int32_t z0, z1, z2;
@@ -143,39 +118,9 @@ void f_iir_yline_filter(int* src, int* dst, int sizex, int sizey, int k) {
         h2[c] = z1;
         h3[c] = z2;
     }
-    for (int y = sizey - 2; y >= 0; --y) {
-        int32_t* row = img + static_cast<size_t>(y) * sizex;
-        for (int c = 0; c < sizex; ++c) {
-            const int32_t v = step(q, mul_round(q.B, row[c]), h1[c], h2[c], h3[c]);
-            row[c] = v;
-            h3[c] = v;
-        }
-        int32_t* t = h3;
-        h3 = h2;
-        h2 = h1;
-        h1 = t;
-    }
+    if (sizey >= 2)
+        recurse(sizey - 2, 0, -1);
 }
-
-namespace {
-
-// Position of the slanted line in row y: whole offset and the two
-// interpolation weights, each truncated on its own in single precision.
-struct slant {
-    int ip;
-    int w_f;
-    int w_1;
-};
-
-inline slant slant_at(int y, float t) {
-    const float pos = static_cast<float>(y) * t;
-    const int ip = static_cast<int>(pos);
-    const float f = pos - static_cast<float>(ip);
-    slant s = {ip, static_cast<int>(f * 4096.0f), static_cast<int>((1.0f - f) * 4096.0f)};
-    return s;
-}
-
-}  // namespace
 
 void f_iir_tline_filter(int* src, int* dst, int sizex, int sizey, int k) {
     if (!valid_args(src, dst, sizex, sizey, k))

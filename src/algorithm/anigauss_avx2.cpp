@@ -15,24 +15,13 @@
 #include <vector>
 
 #include "algorithm/anigauss.h"
-#include "algorithm/anigauss_coef.h"
 #include "algorithm/anigauss_fast.h"
+#include "algorithm/anigauss_line.h"
 #include "algorithm/fixed_point.h"
 
 namespace palm_share {
 
 namespace {
-
-struct coef_row {
-    int32_t b1, b2, b3, B, P;
-    const int* M;
-};
-
-coef_row coef(int row) {
-    const int* c = g_piFilterCoef + 7 * row;
-    coef_row q = {c[2], c[1], c[0], c[3], g_piBCoef[row], g_piMCoef + 9 * row};
-    return q;
-}
 
 // Work areas of one call, sized for the largest slant.
 struct work_areas {
@@ -63,6 +52,8 @@ struct work_ptrs {
 namespace {
 
 using fixed::mul_round;
+using iir::coef_row;
+using iir::line_coef;
 
 inline __m256i vmr(__m256i a, __m256i b) {
     const __m256i p = _mm256_mullo_epi32(a, b);
@@ -132,7 +123,7 @@ void transpose(const int32_t* in, int32_t* out, int w, int h) {
 }
 
 // End of a line for eight lanes.
-inline void vend(const coef_row& q, __m256i y1, __m256i y2, __m256i y3, __m256i u, __m256i& z0,
+inline void vend(const line_coef& q, __m256i y1, __m256i y2, __m256i y3, __m256i u, __m256i& z0,
                  __m256i& z1, __m256i& z2) {
     const __m256i d0 = sub(y1, u), d1 = sub(y2, u), d2 = sub(y3, u);
     const __m256i v = vmr(set1(q.P), u);
@@ -143,26 +134,9 @@ inline void vend(const coef_row& q, __m256i y1, __m256i y2, __m256i y3, __m256i 
     z2 = vmr(B, add(add(vmr(set1(M[6]), d0), vmr(set1(M[7]), d1)), add(vmr(set1(M[8]), d2), v)));
 }
 
-inline void send(const coef_row& q, int32_t y1, int32_t y2, int32_t y3, int32_t u, int32_t& z0,
-                 int32_t& z1, int32_t& z2) {
-    const int32_t d0 = ssub(y1, u), d1 = ssub(y2, u), d2 = ssub(y3, u);
-    const int32_t v = mul_round(q.P, u);
-    const int* M = q.M;
-    z0 = mul_round(q.B,
-                   fixed::sum(mul_round(M[0], d0), mul_round(M[1], d1), mul_round(M[2], d2), v));
-    z1 = mul_round(q.B,
-                   fixed::sum(mul_round(M[3], d0), mul_round(M[4], d1), mul_round(M[5], d2), v));
-    z2 = mul_round(q.B,
-                   fixed::sum(mul_round(M[6], d0), mul_round(M[7], d1), mul_round(M[8], d2), v));
-}
-
-inline int32_t sstep(const coef_row& q, int32_t in_term, int32_t h1, int32_t h2, int32_t h3) {
-    return fixed::sum(in_term, mul_round(q.b1, h1), mul_round(q.b2, h2), mul_round(q.b3, h3));
-}
-
 // The recursive line down every column of img (w wide, h high), in place.
 // Sixteen columns at a time keep their history in registers.
-void column_pass(int32_t* img, int w, int h, const coef_row& q) {
+void column_pass(int32_t* img, int w, int h, const line_coef& q) {
     const __m256i B = set1(q.B), b1 = set1(q.b1), b2 = set1(q.b2), b3 = set1(q.b3), P = set1(q.P);
     const size_t W = static_cast<size_t>(w);
     int c = 0;
@@ -172,17 +146,21 @@ void column_pass(int32_t* img, int w, int h, const coef_row& q) {
             h1[l] = h2[l] = h3[l] = ld(img + c + 8 * l);
             u[l] = vmr(P, vmr(B, ld(img + (h - 1) * W + c + 8 * l)));
         }
-        for (int y = 0; y < h; ++y) {
-            int32_t* row = img + y * W + c;
-            for (int l = 0; l < 2; ++l) {
-                const __m256i v = add(add(vmr(B, ld(row + 8 * l)), vmr(b1, h1[l])),
-                                      add(vmr(b2, h2[l]), vmr(b3, h3[l])));
-                st(row + 8 * l, v);
-                h3[l] = h2[l];
-                h2[l] = h1[l];
-                h1[l] = v;
+        // Runs the recursion over rows first, first + step, ... up to last.
+        auto recurse = [&](int first, int last, int step) {
+            for (int y = first; y != last + step; y += step) {
+                int32_t* row = img + y * W + c;
+                for (int l = 0; l < 2; ++l) {
+                    const __m256i v = add(add(vmr(B, ld(row + 8 * l)), vmr(b1, h1[l])),
+                                          add(vmr(b2, h2[l]), vmr(b3, h3[l])));
+                    st(row + 8 * l, v);
+                    h3[l] = h2[l];
+                    h2[l] = h1[l];
+                    h1[l] = v;
+                }
             }
-        }
+        };
+        recurse(0, h - 1, 1);
         for (int l = 0; l < 2; ++l) {
             __m256i z0, z1, z2;
             vend(q, h1[l], h2[l], h3[l], u[l], z0, z1, z2);
@@ -191,57 +169,37 @@ void column_pass(int32_t* img, int w, int h, const coef_row& q) {
             h2[l] = z1;
             h3[l] = z2;
         }
-        for (int y = h - 2; y >= 0; --y) {
-            int32_t* row = img + y * W + c;
-            for (int l = 0; l < 2; ++l) {
-                const __m256i v = add(add(vmr(B, ld(row + 8 * l)), vmr(b1, h1[l])),
-                                      add(vmr(b2, h2[l]), vmr(b3, h3[l])));
-                st(row + 8 * l, v);
-                h3[l] = h2[l];
-                h2[l] = h1[l];
-                h1[l] = v;
-            }
-        }
+        if (h >= 2)
+            recurse(h - 2, 0, -1);
     }
     for (; c < w; ++c) {
         int32_t h1 = img[c], h2 = img[c], h3 = img[c];
         const int32_t u = mul_round(q.P, mul_round(q.B, img[(h - 1) * W + c]));
-        for (int y = 0; y < h; ++y) {
-            int32_t& x = img[y * W + c];
-            const int32_t v = sstep(q, mul_round(q.B, x), h1, h2, h3);
-            x = v;
-            h3 = h2;
-            h2 = h1;
-            h1 = v;
-        }
+        auto recurse = [&](int first, int last, int step) {
+            for (int y = first; y != last + step; y += step) {
+                int32_t& x = img[y * W + c];
+                const int32_t v = iir::step(q, mul_round(q.B, x), h1, h2, h3);
+                x = v;
+                h3 = h2;
+                h2 = h1;
+                h1 = v;
+            }
+        };
+        recurse(0, h - 1, 1);
         int32_t z0, z1, z2;
-        send(q, h1, h2, h3, u, z0, z1, z2);
+        iir::line_end(q, h1, h2, h3, u, z0, z1, z2);
         img[(h - 1) * W + c] = z0;
         h1 = z0;
         h2 = z1;
         h3 = z2;
-        for (int y = h - 2; y >= 0; --y) {
-            int32_t& x = img[y * W + c];
-            const int32_t v = sstep(q, mul_round(q.B, x), h1, h2, h3);
-            x = v;
-            h3 = h2;
-            h2 = h1;
-            h1 = v;
-        }
+        if (h >= 2)
+            recurse(h - 2, 0, -1);
     }
-}
-
-inline void slant_at(int y, float t, int& ip, int32_t& w_f, int32_t& w_1) {
-    const float pos = static_cast<float>(y) * t;
-    ip = static_cast<int>(pos);
-    const float f = pos - static_cast<float>(ip);
-    w_f = static_cast<int32_t>(f * 4096.0f);
-    w_1 = static_cast<int32_t>((1.0f - f) * 4096.0f);
 }
 
 // The slanted pass of orientation k, in place, each row across its columns.
 void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
-    const coef_row q = coef(2 * k + 1);
+    const line_coef q = coef_row(2 * k + 1);
     const bool positive = TAN_P[k] > 0.0f;
     const float t = std::fabs(TAN_P[k]);
     const int L = static_cast<int>(t * static_cast<float>(h));
@@ -279,9 +237,9 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
 
     int prev = 0;
     for (int y = 1; y < h; ++y) {
-        int ip;
-        int32_t w_f, w_1;
-        slant_at(y, t, ip, w_f, w_1);
+        const iir::slant sl = iir::slant_at(y, t);
+        const int ip = sl.ip;
+        const int32_t w_f = sl.w_f, w_1 = sl.w_1;
         const int base = positive ? ip : -ip;
         const int d = ip - prev;
         if (d > 0) {
@@ -297,7 +255,7 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
         int32_t* row = img + y * W;
         rowbuf[0] = row[0];  // in[-1] stands for in[0]
         std::memcpy(rowbuf + 1, row, sizeof(int32_t) * w);
-        sbuf[0] = sstep(q, mul_round(q.B, row[0]), H1[base], H2[base], H3[base]);
+        sbuf[0] = iir::step(q, mul_round(q.B, row[0]), H1[base], H2[base], H3[base]);
         const __m256i vA = set1(A), vD = set1(D);
         int c = 0;
         for (; c + 8 <= w; c += 8) {
@@ -310,8 +268,8 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
         }
         for (; c < w; ++c) {
             const int i = base + c;
-            const int32_t s = sstep(q, sadd(mul_round(A, rowbuf[c]), mul_round(D, rowbuf[c + 1])),
-                                    H1[i], H2[i], H3[i]);
+            const int32_t s = iir::step(
+                q, sadd(mul_round(A, rowbuf[c]), mul_round(D, rowbuf[c + 1])), H1[i], H2[i], H3[i]);
             C[i] = s;
             sbuf[c + 1] = s;
         }
@@ -326,15 +284,13 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
     }
 
     {
-        int ip;
-        int32_t w_f, w_1;
-        slant_at(h - 1, t, ip, w_f, w_1);
+        const int ip = iir::slant_at(h - 1, t).ip;
         const int base = positive ? ip : -ip;
         int32_t* row = img + (h - 1) * W;
         for (int c = w - 1; c >= 0; --c) {
             const int i = base + c;
             int32_t z0, z1, z2;
-            send(q, H1[i], H2[i], H3[i], u[c], z0, z1, z2);
+            iir::line_end(q, H1[i], H2[i], H3[i], u[c], z0, z1, z2);
             H1[i] = z0;
             row[c] = z0;
             H2[i] = z1;
@@ -344,9 +300,9 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
     }
 
     for (int y = h - 2; y >= 0; --y) {
-        int ip;
-        int32_t w_f, w_1;
-        slant_at(y, t, ip, w_f, w_1);
+        const iir::slant sl = iir::slant_at(y, t);
+        const int ip = sl.ip;
+        const int32_t w_f = sl.w_f, w_1 = sl.w_1;
         const int base = positive ? ip : -ip;
         const int d = prev - ip;
         if (d > 0) {
@@ -364,7 +320,7 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
         std::memcpy(rowbuf, row, sizeof(int32_t) * w);
         rowbuf[w] = row[w - 1];  // in[w] stands for in[w - 1]
         const int e = base + w - 1;
-        sbuf[w] = sstep(q, mul_round(q.B, row[w - 1]), H1[e], H2[e], H3[e]);
+        sbuf[w] = iir::step(q, mul_round(q.B, row[w - 1]), H1[e], H2[e], H3[e]);
         const __m256i vgn = set1(gn), vgc = set1(gc);
         int c = 0;
         for (; c + 8 <= w; c += 8) {
@@ -377,8 +333,9 @@ void tline_pass(int32_t* img, int w, int h, int k, work_ptrs& work) {
         }
         for (; c < w; ++c) {
             const int i = base + c;
-            const int32_t s = sstep(q, sadd(mul_round(gn, rowbuf[c + 1]), mul_round(gc, rowbuf[c])),
-                                    H1[i], H2[i], H3[i]);
+            const int32_t s =
+                iir::step(q, sadd(mul_round(gn, rowbuf[c + 1]), mul_round(gc, rowbuf[c])), H1[i],
+                          H2[i], H3[i]);
             C[i] = s;
             sbuf[c] = s;
         }
@@ -433,10 +390,10 @@ void six_avx2(const int32_t* src, int32_t* dst, int w, int h, int orders, work_p
     for (int k = 0; k < 6; ++k) {
         int32_t* out = dst + k * plane;
         std::memcpy(S, T, sizeof(int32_t) * plane);
-        column_pass(S, h, w, coef(2 * k));  // the row filter, on the columns of T
+        column_pass(S, h, w, coef_row(2 * k));  // the row filter, on the columns of T
         transpose(S, out, h, w);
         if (k == 0) {
-            column_pass(out, w, h, coef(1));
+            column_pass(out, w, h, coef_row(1));
         } else {
             tline_pass(out, w, h, k, work);
         }

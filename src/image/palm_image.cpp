@@ -61,9 +61,14 @@ palm_image& scratch_for(palm_image& scratch, const palm_image& image) {
     return scratch;
 }
 
-// Two steps through a scratch image: first from the image into the scratch,
-// then, with the image cleared, back into it.
-void two_step_3x3(palm_image& image, palm_image& scratch, morph first, morph second) {
+// Two steps through a scratch image kept by the caller: first from the image
+// into the scratch, then, with the image cleared, back into it.
+void two_step_3x3(palm_image& image, palm_image& kept, morph first, morph second) {
+    if (!image.IsValid() || image.GetWidth() < 3 || image.GetHeight() < 3)
+        return;
+    palm_image& scratch = scratch_for(kept, image);
+    if (!scratch.IsValid())
+        return;
     scratch.SetData(0);
     morph_3x3(image, scratch, first);
     image.SetData(0);
@@ -168,23 +173,13 @@ void palm_image::CloseImage_3_1() {
 }
 
 void palm_image::OpenImage_3_3() {
-    if (!IsValid() || width < 3 || height < 3)
-        return;
     static thread_local palm_image destImage;
-    palm_image& scratch = scratch_for(destImage, *this);
-    if (!scratch.IsValid())
-        return;
-    two_step_3x3(*this, scratch, morph::erode, morph::dilate);
+    two_step_3x3(*this, destImage, morph::erode, morph::dilate);
 }
 
 void palm_image::CloseImage_3_3() {
-    if (!IsValid() || width < 3 || height < 3)
-        return;
     static thread_local palm_image destImage;
-    palm_image& scratch = scratch_for(destImage, *this);
-    if (!scratch.IsValid())
-        return;
-    two_step_3x3(*this, scratch, morph::dilate, morph::erode);
+    two_step_3x3(*this, destImage, morph::dilate, morph::erode);
 }
 
 void palm_image::Contour(int connectivity) {
