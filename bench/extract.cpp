@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "algorithm/anigauss.h"
+#include "algorithm/anigauss_fast.h"
 #include "algorithm/feature_extract.h"
 #include "support/synthetic_palm.h"
 
@@ -50,6 +51,35 @@ void BM_Anigauss(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_Anigauss)->DenseRange(0, 5)->Unit(benchmark::kMicrosecond);
+
+std::vector<int> padded_region() {
+    std::mt19937 rng(2);
+    std::vector<int> src(128 * 128);
+    for (int& v : src)
+        v = static_cast<int>(rng() % 256) * 1024 - 128 * 1024;
+    return src;
+}
+
+// The six filters of one region: reference form against the chosen path.
+void BM_AnigaussSixReference(benchmark::State& state) {
+    const std::vector<int> src = padded_region();
+    std::vector<int> dst(6 * 128 * 128);
+    for (auto _ : state) {
+        palm_share::anigauss_six_reference(src.data(), dst.data(), 128, 128, 2, 0);
+        benchmark::DoNotOptimize(dst.data());
+    }
+}
+BENCHMARK(BM_AnigaussSixReference)->Unit(benchmark::kMicrosecond);
+
+void BM_AnigaussSix(benchmark::State& state) {
+    const std::vector<int> src = padded_region();
+    std::vector<int> dst(6 * 128 * 128);
+    for (auto _ : state) {
+        palm_share::anigauss_six(src.data(), dst.data(), 128, 128, 2, 0);
+        benchmark::DoNotOptimize(dst.data());
+    }
+}
+BENCHMARK(BM_AnigaussSix)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -160,6 +160,11 @@ TEST(Extract, IsReproducibleAndEqualToTestVariant) {
     ASSERT_TRUE(ex.extract_test(roi, c, resp));
     EXPECT_EQ(bytes(a), bytes(b));
     EXPECT_EQ(bytes(a), bytes(c));
+    // Nothing stays from one call to the next.
+    single_feature other, again;
+    ASSERT_TRUE(ex.extract(uniform(110, 110, 30), other));
+    ASSERT_TRUE(ex.extract(roi, again));
+    EXPECT_EQ(bytes(a), bytes(again));
     // The process-wide extractor codes the same.
     single_feature d;
     ASSERT_TRUE(palm_algorithm::get_extractor_inst()->extract(roi, d));
