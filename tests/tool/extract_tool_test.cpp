@@ -3,17 +3,17 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "algorithm/feature_extract.h"
 #include "image/palm_image.h"
+#include "support/shell.h"
 #include "support/synthetic_palm.h"
+#include "support/tool_runner.h"
 
 namespace {
 
@@ -35,18 +35,13 @@ class ExtractTool : public ::testing::Test {
     // Runs the tool; returns its exit code and leaves stdout and stderr in
     // out_ and err_.
     int run(std::string const& args) {
-        const std::string cmd = std::string(PALM_TOOL_PATH) + " " + args + " >" + path("stdout") +
-                                " 2>" + path("stderr");
-        const int status = std::system(cmd.c_str());
-        out_ = slurp(path("stdout"));
-        err_ = slurp(path("stderr"));
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        const palm_test::tool_result r = palm_test::run_tool(PALM_TOOL_PATH, args);
+        out_ = r.out;
+        err_ = r.err;
+        return r.status;
     }
 
-    static std::string slurp(std::string const& p) {
-        std::ifstream in(p, std::ios::binary);
-        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    }
+    static std::string slurp(std::string const& p) { return palm_test::read_file(p); }
 
     void write_pgm(std::string const& name, palm_image const& img) {
         std::ofstream out(path(name), std::ios::binary);

@@ -1,7 +1,6 @@
 // "palm extract": codes a 110 x 110 region of interest into its 384-byte
 // palm code, written to a file or printed as hex.
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -9,6 +8,7 @@
 #include "algorithm/i_feature_extractor.h"
 #include "command.h"
 #include "feature/single_feature.h"
+#include "file_util.h"
 #include "grey_image_io.h"
 
 namespace {
@@ -49,9 +49,11 @@ int run_extract(std::vector<std::string> const& args) {
         std::cout << text << "\n";
         return 0;
     }
-    std::ofstream out(files[1], std::ios::binary);
-    if (!out || !feature.write(out))
+    const std::string code(reinterpret_cast<char const*>(feature.data),
+                           palm_feature::FEATURE_DATA_SIZE);
+    if (!palm_tool::write_whole_file(files[1], code)) {
         return palm_tool::fail("cannot write " + files[1]);
+    }
     return 0;
 }
 

@@ -4,9 +4,10 @@
 #include <algorithm>
 #include <cctype>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <vector>
+
+#include "file_util.h"
 
 // Debian's stb headers are not written for -Wextra.
 #pragma GCC diagnostic push
@@ -113,13 +114,12 @@ bool read_stb(std::vector<unsigned char> const& data, palm_share::palm_image& im
 }  // namespace
 
 bool read_grey_image(std::string const& path, palm_share::palm_image& image, std::string& error) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
+    std::string bytes;
+    if (!read_whole_file(path, bytes)) {
         error = "cannot open " + path;
         return false;
     }
-    std::vector<unsigned char> data((std::istreambuf_iterator<char>(file)),
-                                    std::istreambuf_iterator<char>());
+    std::vector<unsigned char> data(bytes.begin(), bytes.end());
     bool ok;
     if (data.size() >= 2 && data[0] == 'P' && (data[1] == '5' || data[1] == '2')) {
         ok = read_pgm(data, image, error);
