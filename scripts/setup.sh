@@ -14,4 +14,5 @@ apt-get install -y -q --no-install-recommends \
   default-jdk-headless \
   googletest libgtest-dev libbenchmark-dev \
   libstb-dev \
-  coreutils python3
+  coreutils python3 \
+  clang libclang-rt-14-dev valgrind

@@ -1,0 +1,93 @@
+package com.orvanel.palm.server;
+
+import java.io.File;
+
+/**
+ * The server side of libpalm for a Java service: a process-wide template store
+ * and its partitions, reached through native methods of libpalm.so.
+ *
+ * <p>Users are strings passed to the library as their UTF-8 bytes and compared
+ * byte for byte; a string is cut at its first U+0000, and a null string counts
+ * as the empty string. Templates and probes are feature texts. The only error
+ * report is a false result: a missing partition, a bad text and a plain
+ * non-match look alike.
+ *
+ * <p>Every method may be called from any thread. The name identified by
+ * {@link #match_1vN} is kept per thread: fetch it with
+ * {@link #match_1vN_get_identify_user_name} on the thread that identified.
+ *
+ * <p>The library is loaded when the class is initialised: first as "palm" from
+ * {@code java.library.path}, then, if that fails, from the file named by the
+ * system property {@code palm.library.path}.
+ */
+public final class feature_match {
+    /** System property naming the libpalm.so file to load when {@code java.library.path} has none. */
+    public static final String LIBRARY_PATH_PROPERTY = "palm.library.path";
+
+    static {
+        loadLibrary();
+    }
+
+    private static void loadLibrary() {
+        try {
+            System.loadLibrary("palm");
+        } catch (UnsatisfiedLinkError notOnLibraryPath) {
+            String file = System.getProperty(LIBRARY_PATH_PROPERTY);
+            if (file == null || file.isEmpty()) {
+                throw notOnLibraryPath;
+            }
+            System.load(new File(file).getAbsolutePath());
+        }
+    }
+
+    public feature_match() {}
+
+    // ------------------------------------------------------------ partitions
+
+    /** Creates a partition with match policy 1; true when the id was free. */
+    public static native boolean create_partition(int id, boolean parallel);
+
+    /** True when the partition existed. */
+    public static native boolean delete_partition(int id);
+
+    /** Drops every partition. */
+    public static native void clear_partitions();
+
+    /** True when the partition exists and the policy (0 to 5) is in range. */
+    public static native boolean set_match_policy(int id, int policy);
+
+    // ------------------------------------------------------------- templates
+
+    /** Stores or replaces the user's template; true when the text was decoded and stored. */
+    public static native boolean push_template(String user, String feature_text);
+
+    /** Forgets the user and removes it from every partition. */
+    public static native void delete_template(String user);
+
+    /** Forgets every user; partitions stay, empty. */
+    public static native void clear_templates();
+
+    // ------------------------------------------------------ users of partitions
+
+    /** True when the user was newly assigned to the partition. */
+    public static native boolean assign_user_to_partition(int id, String user);
+
+    public static native void remove_user_from_partition(int id, String user);
+
+    // -------------------------------------------------------------- matching
+
+    /** True when the two texts are the same hand; an empty text is false at once. */
+    public static native boolean match_1v1(int id, String feature_a, String spare, String feature_b);
+
+    /** True when the text matches the stored template of the user. */
+    public static native boolean match_1v1_in_memory(int id, String feature_text, String spare, String user);
+
+    /** True when a user of the partition was identified; fetch it on this thread. */
+    public static native boolean match_1vN(int id, String feature_text, String spare);
+
+    /** The name identified by this thread's last true match_1vN on the partition, or "". */
+    public static native String match_1vN_get_identify_user_name(int id);
+
+    /** Empties this thread's identified name on the partition. */
+    public static native void match_1vN_reset_identify_process(int id);
+}
