@@ -91,26 +91,28 @@ void CPalmCrop::set_calib_para(const calib_data& data, bool generate) {
     if (generate) GenerateMappingTable();
 }
 
+namespace {
+
+// One camera's pair of tables, in 1/64 pixel, truncated to 16 bits: a
+// negative raw coordinate wraps.
+void fill_tables(cp_single const& cp, std::uint16_t* tx, std::uint16_t* ty) {
+    _point<int> out{0, 0};
+    for (int x = 0; x < CPalmCrop::FRAME_WIDTH; ++x) {
+        for (int y = 0; y < CPalmCrop::FRAME_HEIGHT; ++y) {
+            std::size_t const i = static_cast<std::size_t>(y) * CPalmCrop::FRAME_WIDTH + x;
+            CPalmCrop::MappingForward(_point<int>{x, y}, out, cp, CPalmCrop::P_LUT);
+            tx[i] = static_cast<std::uint16_t>(out.x);
+            ty[i] = static_cast<std::uint16_t>(out.y);
+        }
+    }
+}
+
+}  // namespace
+
 void CPalmCrop::GenerateMappingTable() {
     AllocateMappingTable();
-    _point<int> out{0, 0};
-    for (int x = 0; x < FRAME_WIDTH; ++x) {
-        for (int y = 0; y < FRAME_HEIGHT; ++y) {
-            std::size_t const i = static_cast<std::size_t>(y) * FRAME_WIDTH + x;
-            MappingForward(_point<int>{x, y}, out, _calibPara.nir, P_LUT);
-            // Truncated to 16 bits: a negative raw coordinate wraps.
-            piMapNIRx[i] = static_cast<std::uint16_t>(out.x);
-            piMapNIRy[i] = static_cast<std::uint16_t>(out.y);
-        }
-    }
-    for (int x = 0; x < FRAME_WIDTH; ++x) {
-        for (int y = 0; y < FRAME_HEIGHT; ++y) {
-            std::size_t const i = static_cast<std::size_t>(y) * FRAME_WIDTH + x;
-            MappingForward(_point<int>{x, y}, out, _calibPara.vl, P_LUT);
-            piMapVLx[i] = static_cast<std::uint16_t>(out.x);
-            piMapVLy[i] = static_cast<std::uint16_t>(out.y);
-        }
-    }
+    fill_tables(_calibPara.nir, piMapNIRx, piMapNIRy);
+    fill_tables(_calibPara.vl, piMapVLx, piMapVLy);
 }
 
 void CPalmCrop::MappingForward(const _point<int>& in, _point<int>& out, const cp_single& cp,
