@@ -77,9 +77,9 @@ void two_step_3x3(palm_image& image, palm_image& kept, morph first, morph second
 
 }  // namespace
 
-void palm_image::AdaptiveThreshold() {
+int palm_image::GetAdaptiveThreshold() const {
     if (!IsValid())
-        return;
+        return -1;
     int hist[256] = {0};
     int acc[256] = {0};
     const int size = GetSize();
@@ -117,6 +117,14 @@ void palm_image::AdaptiveThreshold() {
             t = n;
         }
     }
+    return t;
+}
+
+void palm_image::AdaptiveThreshold() {
+    int const t = GetAdaptiveThreshold();
+    if (t < 0)
+        return;
+    const int size = GetSize();
     for (int i = 0; i < size; ++i)
         buffer[i] = buffer[i] > t ? 255 : 0;
 }

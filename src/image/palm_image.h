@@ -32,6 +32,9 @@ class PALM_EXPORT palm_image : public CYImage {
 
     // Iterative two-means threshold biased to the dark side; grey to binary.
     void AdaptiveThreshold();
+    // The level AdaptiveThreshold settles at (pixels above it become white);
+    // -1 for an invalid image. Kept apart so that the level itself can be seen.
+    int GetAdaptiveThreshold() const;
     // Clears the white pixels of `mask` that lie on a brightness edge of this
     // grey image (SUSAN similarity over a 37-pixel disc).
     void SusanSmooth(palm_image& mask) const;

@@ -48,6 +48,7 @@ TEST(AdaptiveThreshold, BlackAndWhiteImageSettlesAt90) {
         img.GetBuffer()[i] = 255;
     img.GetBuffer()[12000] = 90;
     img.GetBuffer()[12001] = 91;
+    EXPECT_EQ(90, img.GetAdaptiveThreshold());
     img.AdaptiveThreshold();
     EXPECT_EQ(img.GetBuffer()[12000], 0);
     EXPECT_EQ(img.GetBuffer()[12001], 255);
@@ -59,18 +60,21 @@ TEST(AdaptiveThreshold, BlackAndWhiteImageSettlesAt90) {
 // 35: m1 = 100 n / (n + 1) = 99, m2 = 0, (99 * 10) / 28 = 35.
 TEST(AdaptiveThreshold, ConstantLevel100EndsAllWhite) {
     palm_image img = filled(64, 64, 100);
+    EXPECT_EQ(35, img.GetAdaptiveThreshold());
     img.AdaptiveThreshold();
     EXPECT_EQ(count_value(img, 255), 64 * 64);
 }
 
 TEST(AdaptiveThreshold, ConstantLevel0StaysBlack) {
     palm_image img = filled(16, 16, 0);
+    EXPECT_EQ(0, img.GetAdaptiveThreshold());
     img.AdaptiveThreshold();
     EXPECT_EQ(count_value(img, 0), 256);
 }
 
 TEST(AdaptiveThreshold, InvalidImageIsIgnored) {
     palm_image img;
+    EXPECT_EQ(-1, img.GetAdaptiveThreshold());
     img.AdaptiveThreshold();
     EXPECT_FALSE(img.IsValid());
 }
