@@ -325,10 +325,9 @@ struct noise_source {
     }
 };
 
-const int kBlock = 4;
 // Beyond this distance from the outline (hand units) a whole block of
 // pixels lies on one side of it.
-const double kBlockMargin = 12.0;
+const double kBlockMargin = 6.0;
 
 void render(palm_share::palm_image& image, const std::vector<_point<double>>& grid,
             const pose_transform& pose, const hand_model& hand, const std::vector<float>& lines,
@@ -336,19 +335,23 @@ void render(palm_share::palm_image& image, const std::vector<_point<double>>& gr
             double light_y) {
     image.Create(kWidth, kHeight, static_cast<unsigned char>(0));
     unsigned char* out = image.GetBuffer();
-    for (int by = 0; by < kHeight; by += kBlock) {
-        for (int bx = 0; bx < kWidth; bx += kBlock) {
-            _point<double> const nc = grid_lookup(grid, bx + kBlock / 2, by + kBlock / 2);
-            _point<double> const hc = pose.backward(nc.x, nc.y);
+    // Hand positions on the lens grid; the pose is as smooth as the lens,
+    // so pixels between the nodes are interpolated as well.
+    std::vector<_point<double>> hand_grid(grid.size());
+    for (std::size_t i = 0; i < grid.size(); ++i)
+        hand_grid[i] = pose.backward(grid[i].x, grid[i].y);
+    for (int by = 0; by < kHeight; by += kGridStep) {
+        for (int bx = 0; bx < kWidth; bx += kGridStep) {
+            _point<double> const hc =
+                grid_lookup(hand_grid, bx + kGridStep / 2, by + kGridStep / 2);
             double const dc = hand_distance(hand, hc.x, hc.y);
             bool const outside = dc > kBlockMargin / pose.scale;
             bool const inside = dc < -kBlockMargin / pose.scale;
-            for (int y = by; y < by + kBlock; ++y) {
-                for (int x = bx; x < bx + kBlock; ++x) {
+            for (int y = by; y < by + kGridStep; ++y) {
+                for (int x = bx; x < bx + kGridStep; ++x) {
                     double v = background;
                     if (!outside) {
-                        _point<double> const n = grid_lookup(grid, x, y);
-                        _point<double> const hpt = pose.backward(n.x, n.y);
+                        _point<double> const hpt = grid_lookup(hand_grid, x, y);
                         double const alpha =
                             inside ? 1.0
                                    : clamp01(0.5 - hand_distance(hand, hpt.x, hpt.y) * pose.scale);
