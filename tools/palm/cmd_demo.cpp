@@ -98,18 +98,20 @@ int run_demo(std::vector<std::string> const& args) {
 
     demo_clock total;
     int failures = 0;
-    for (auto const& section : demo_sections()) failures += section(state);
+    for (auto const& section : demo_sections())
+        failures += section(state);
     delete_partition(state.serial_id);
     delete_partition(state.parallel_id);
     clear_templates();
-    std::printf("demo finished in %.1f ms: %s\n", total.ms(), failures == 0 ? "all good" : "FAILED");
+    std::printf("demo finished in %.1f ms: %s\n", total.ms(),
+                failures == 0 ? "all good" : "FAILED");
     return failures == 0 ? 0 : 1;
 }
 
 }  // namespace
 
 std::vector<demo_section> const& demo_sections() {
-    static std::vector<demo_section> const all = {demo_server_store, demo_matching};
+    static std::vector<demo_section> const all = {demo_server_store, demo_matching, demo_frames};
     return all;
 }
 

@@ -26,15 +26,16 @@ std::vector<demo_section> const& demo_sections();
 
 int demo_server_store(demo_state& state);
 int demo_matching(demo_state& state);
+int demo_frames(demo_state& state);
 
 std::string demo_user_name(int i);
 
 class demo_clock {
-public:
+  public:
     demo_clock();
     double ms() const;
 
-private:
+  private:
     std::chrono::steady_clock::time_point start_;
 };
 
