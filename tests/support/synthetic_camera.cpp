@@ -118,7 +118,7 @@ double hand_distance(const hand_model& h, double x, double y) {
     }
     double const tx = 70.0 + 105.0 * std::sin(h.thumb_angle);
     double const ty = -30.0 + 105.0 * std::cos(h.thumb_angle);
-    d = std::min(d, segment_distance(x, y, 70.0, -30.0, tx, ty) - 21.0);
+    d = std::min(d, segment_distance(x, y, 70.0, -75.0, tx, ty) - 21.0);
     return d;
 }
 
