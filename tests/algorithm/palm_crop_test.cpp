@@ -526,3 +526,34 @@ TEST(PalmCropTables, GuidanceTablesRecomputed) {
     EXPECT_EQ(2048, palm_algorithm::piScale[0]);
     EXPECT_EQ(512, palm_algorithm::piScale[150]);
 }
+
+// ---- bad input ----
+
+TEST(PalmCropBadInput, EmptyProfilesAndImagesGiveDefinedResults) {
+    std::vector<_position> empty;
+    CPalmCrop::MeanFilter(empty);
+    std::vector<valley_info> v;
+    CPalmCrop::FindValley(empty, empty, v);
+    EXPECT_TRUE(v.empty());
+    std::vector<_position> one = profile({3.0});
+    CPalmCrop::FindValley(one, one, v);
+    EXPECT_TRUE(v.empty());
+    // An outline whose unfiltered copy is shorter is not read past its end.
+    std::vector<_position> longer = profile({9, 5, 7, 9, 4, 8});
+    CPalmCrop::FindValley(longer, one, v);
+    EXPECT_TRUE(v.empty());
+
+    ensure_tables();
+    palm_image nothing;
+    _crop_results res;
+    CPalmCrop::FindROICornerBoth(_point<int>{260, 300}, _point<int>{350, 296}, res);
+    std::vector<palm_image> views;
+    palm_algorithm::get_crop_inst()->AffineTransform(nothing, views, false, res);
+    ASSERT_EQ(4u, views.size());
+    for (const palm_image& view : views)
+        EXPECT_EQ(0, view.Mean());
+    palm_image roi;
+    CPalmCrop::CropRectify(nothing, roi, false, res);
+    EXPECT_EQ(110, roi.GetWidth());
+    EXPECT_EQ(0, roi.Mean());
+}
