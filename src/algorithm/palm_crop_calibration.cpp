@@ -7,6 +7,7 @@
 
 #include "algorithm/lens_mapping.h"
 #include "algorithm/palm_crop.h"
+#include "algorithm/rounding.h"
 
 using palm_struct::_point;
 using palm_struct::calib_data;
@@ -21,19 +22,6 @@ const std::size_t TAG_BYTES = 8;
 // block carries that much zeroed slack so such a read stays harmless. The
 // file format does not change.
 const std::size_t TABLE_SLACK_ENTRIES = 641;
-
-// Half away from zero. A degenerate model can give not-a-number or values
-// beyond int; they have no integer, and become 0 or the nearest limit.
-int round_half_away(double v) {
-    if (!(v == v))
-        return 0;
-    double const r = std::round(v);
-    if (r >= 2147483647.0)
-        return 2147483647;
-    if (r <= -2147483648.0)
-        return -2147483647 - 1;
-    return static_cast<int>(r);
-}
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "algorithm/palm_crop.h"
+#include "algorithm/rounding.h"
 #include "image/angle_helpers.h"
 
 using palm_share::CYImage;
@@ -36,10 +37,6 @@ std::int32_t mul32(std::int32_t a, std::int32_t b) {
 
 std::int32_t sign_extend_18(std::int32_t v) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(v) << 14) >> 14;
-}
-
-int round_away(double v) {
-    return static_cast<int>(std::round(v));
 }
 
 // x << P_BLI without shifting a negative value.
@@ -102,10 +99,10 @@ void CPalmCrop::FindROICornerBoth(const _point<int>& key0, const _point<int>& ke
 }
 
 int CPalmCrop::CheckROICorner(int width, int height, const _crop_results& res) {
-    int const ncx = round_away(_calibPara.nir.center_x);
-    int const ncy = round_away(_calibPara.nir.center_y);
-    int const vcx = round_away(_calibPara.vl.center_x);
-    int const vcy = round_away(_calibPara.vl.center_y);
+    int const ncx = round_half_away(_calibPara.nir.center_x);
+    int const ncy = round_half_away(_calibPara.nir.center_y);
+    int const vcx = round_half_away(_calibPara.vl.center_x);
+    int const vcy = round_half_away(_calibPara.vl.center_y);
     auto check = [&](const _point<int>& p, int cx, int cy) {
         if (p.x < 0 || p.x >= width || p.y < 0 || p.y >= height)
             return 9;
@@ -181,56 +178,58 @@ bool CPalmCrop::CropRectify_General(const palm_image& src, palm_image& dst, _poi
     return true;
 }
 
-void CPalmCrop::Incline2Standard_X(const _point<int>& in, _point<int>& out, int sign,
-                                   const cp_single& cp) {
-    double const d = in.y - cp.center_y;
+namespace {
+
+// One tilt of 10 degrees about the horizontal (about_x) or the vertical axis
+// through the lens centre. Along the pivot line the coordinate is scaled;
+// across it, D is the distance from the pivot line.
+void tilt_point(const _point<int>& in, _point<int>& out, int sign, const cp_single& cp,
+                bool about_x, bool to_standard) {
+    double const d = about_x ? in.y - cp.center_y : in.x - cp.center_x;
     if (d == 0) {
         out = in;
         return;
     }
-    double const t = d * SIN_AFFINE * sign;
-    out.x = round_away(cp.center_x + (in.x - cp.center_x) * cp.focal_x / (t + cp.focal_x));
-    out.y = round_away(cp.center_y + cp.focal_y * COS_AFFINE * d / (t + cp.focal_y));
+    double const t = d * CPalmCrop::SIN_AFFINE * sign;
+    double const along_centre = about_x ? cp.center_x : cp.center_y;
+    double const along = about_x ? in.x : in.y;
+    double const along_focal = about_x ? cp.focal_x : cp.focal_y;
+    double const across_centre = about_x ? cp.center_y : cp.center_x;
+    double const across_focal = about_x ? cp.focal_y : cp.focal_x;
+    double new_along, new_across;
+    if (to_standard) {
+        new_along = along_centre + (along - along_centre) * along_focal / (t + along_focal);
+        new_across = across_centre + across_focal * CPalmCrop::COS_AFFINE * d / (t + across_focal);
+    } else {
+        double const a = along_focal * CPalmCrop::COS_AFFINE;
+        double const b = across_focal * CPalmCrop::COS_AFFINE;
+        new_along = along_centre + (along - along_centre) * a / (a - t);
+        new_across = across_centre + d * b / (b - t);
+    }
+    out.x = round_half_away(about_x ? new_along : new_across);
+    out.y = round_half_away(about_x ? new_across : new_along);
+}
+
+}  // namespace
+
+void CPalmCrop::Incline2Standard_X(const _point<int>& in, _point<int>& out, int sign,
+                                   const cp_single& cp) {
+    tilt_point(in, out, sign, cp, true, true);
 }
 
 void CPalmCrop::Standard2Incline_X(const _point<int>& in, _point<int>& out, int sign,
                                    const cp_single& cp) {
-    double const d = in.y - cp.center_y;
-    if (d == 0) {
-        out = in;
-        return;
-    }
-    double const t = d * SIN_AFFINE * sign;
-    double const a = cp.focal_x * COS_AFFINE;
-    double const b = cp.focal_y * COS_AFFINE;
-    out.x = round_away(cp.center_x + (in.x - cp.center_x) * a / (a - t));
-    out.y = round_away(cp.center_y + d * b / (b - t));
+    tilt_point(in, out, sign, cp, true, false);
 }
 
 void CPalmCrop::Incline2Standard_Y(const _point<int>& in, _point<int>& out, int sign,
                                    const cp_single& cp) {
-    double const d = in.x - cp.center_x;
-    if (d == 0) {
-        out = in;
-        return;
-    }
-    double const t = d * SIN_AFFINE * sign;
-    out.x = round_away(cp.center_x + cp.focal_x * COS_AFFINE * d / (t + cp.focal_x));
-    out.y = round_away(cp.center_y + (in.y - cp.center_y) * cp.focal_y / (t + cp.focal_y));
+    tilt_point(in, out, sign, cp, false, true);
 }
 
 void CPalmCrop::Standard2Incline_Y(const _point<int>& in, _point<int>& out, int sign,
                                    const cp_single& cp) {
-    double const d = in.x - cp.center_x;
-    if (d == 0) {
-        out = in;
-        return;
-    }
-    double const t = d * SIN_AFFINE * sign;
-    double const a = cp.focal_x * COS_AFFINE;
-    double const b = cp.focal_y * COS_AFFINE;
-    out.x = round_away(cp.center_x + d * a / (a - t));
-    out.y = round_away(cp.center_y + (in.y - cp.center_y) * b / (b - t));
+    tilt_point(in, out, sign, cp, false, false);
 }
 
 void CPalmCrop::AffineTransform(const palm_image& src, std::vector<palm_image>& out, bool nir,
