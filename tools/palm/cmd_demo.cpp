@@ -98,13 +98,11 @@ int run_demo(std::vector<std::string> const& args) {
 
     demo_clock total;
     int failures = 0;
-    for (auto const& section : demo_sections())
-        failures += section(state);
+    for (auto const& section : demo_sections()) failures += section(state);
     delete_partition(state.serial_id);
     delete_partition(state.parallel_id);
     clear_templates();
-    std::printf("demo finished in %.1f ms: %s\n", total.ms(),
-                failures == 0 ? "all good" : "FAILED");
+    std::printf("demo finished in %.1f ms: %s\n", total.ms(), failures == 0 ? "all good" : "FAILED");
     return failures == 0 ? 0 : 1;
 }
 
