@@ -13,7 +13,7 @@ using palm_share::image_pair;
 using palm_struct::_crop_results;
 
 TEST(CropConcurrency, ThreadsGetTheSingleThreadResults) {
-    palm_algorithm::CPalmCrop::GenerateMappingTable();
+    palm_test::ensure_lens_tables();
     const int kFrames = 4;
     std::vector<palm_test::camera_frame> frames;
     for (int i = 0; i < kFrames; ++i)

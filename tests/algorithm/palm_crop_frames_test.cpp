@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include "algorithm/i_feature_extractor.h"
@@ -35,14 +36,6 @@ const int kFrames = 200;
 const int kFrames = 200;
 #endif
 const int kPosesPerIdentity = 5;
-
-void ensure_tables() {
-    static bool done = false;
-    if (!done) {
-        CPalmCrop::GenerateMappingTable();
-        done = true;
-    }
-}
 
 int crop(const image_pair& in, std::vector<image_pair>& out, _crop_results& res) {
     return palm_algorithm::get_crop_inst()->Crop(in, out, res);
@@ -73,7 +66,7 @@ palm_test::camera_frame centred_frame(std::uint32_t identity = 3) {
 }  // namespace
 
 TEST(PalmCropFrames, FindsTheWebsAndCodesTheRegions) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_algorithm::i_feature_extractor* coder = palm_algorithm::get_extractor_inst();
     palm_algorithm::i_feature_match* matcher = palm_algorithm::get_feature_match_inst();
     int succeeded = 0, located = 0;
@@ -146,7 +139,7 @@ TEST(PalmCropFrames, FindsTheWebsAndCodesTheRegions) {
 }
 
 TEST(PalmCropFrames, SuccessFillsEveryField) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_test::camera_frame const f = centred_frame();
     std::vector<image_pair> out;
     _crop_results res;
@@ -173,7 +166,7 @@ TEST(PalmCropFrames, SuccessFillsEveryField) {
 }
 
 TEST(PalmCropFrames, NonEmptyOutputHasItsFirstPairOverwritten) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_test::camera_frame const f = centred_frame();
     std::vector<image_pair> out(2);
     out[0].vl.Create(5, 5, static_cast<unsigned char>(1));
@@ -188,7 +181,7 @@ TEST(PalmCropFrames, NonEmptyOutputHasItsFirstPairOverwritten) {
 }
 
 TEST(PalmCropFrames, InputStaysUnchanged) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_test::camera_frame const f = centred_frame();
     image_pair copy;
     copy.vl = f.frames.vl;
@@ -201,7 +194,7 @@ TEST(PalmCropFrames, InputStaysUnchanged) {
 }
 
 TEST(PalmCropFrames, VisibleLightMeanLimits) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_test::camera_frame f = centred_frame();
     unsigned char const means[4] = {20, 21, 229, 230};
     int const codes[4] = {11, 0, 0, 11};
@@ -224,7 +217,7 @@ TEST(PalmCropFrames, VisibleLightMeanLimits) {
 }
 
 TEST(PalmCropFrames, CornerOutsideTheFrameGivesNine) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     // A large hand high in the frame: the square reaches above the first row.
     palm_test::camera_pose pose;
     pose.offset_y = -195;
@@ -243,7 +236,7 @@ TEST(PalmCropFrames, CornerOutsideTheFrameGivesNine) {
 }
 
 TEST(PalmCropFrames, CornerFarFromTheLensCentreGivesTen) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_test::camera_frame const f = centred_frame();
     // A lens centre 330 pixels to the right of the true one puts the whole
     // square 300 pixels or more away from it, inside the frame. The tables
@@ -260,4 +253,30 @@ TEST(PalmCropFrames, CornerFarFromTheLensCentreGivesTen) {
     EXPECT_TRUE(out.empty());
     EXPECT_GE(res.nir_corner[0].x, 0);
     EXPECT_LT(res.nir_corner[0].x, 640);
+}
+
+TEST(PalmCropFrames, WorkingImagesKeepTheSizeOfTheFirstFrame) {
+    palm_test::ensure_lens_tables();
+    palm_test::camera_frame const f = centred_frame();
+    // A thread of its own starts with no working images: its first frame
+    // pair, at half the size, fixes them at 160 x 120 for good.
+    int first = -1, second = -1;
+    std::thread t([&] {
+        image_pair small;
+        small.vl.Create(320, 240, static_cast<unsigned char>(0));
+        small.nir.Create(320, 240, static_cast<unsigned char>(0));
+        std::vector<image_pair> out;
+        _crop_results res;
+        first = crop(small, out, res);
+        // A full frame with a palm in it still works on those images: it
+        // does not halve into them, so they stay black.
+        second = crop(f.frames, out, res);
+    });
+    t.join();
+    EXPECT_EQ(3, first);
+    EXPECT_EQ(3, second);
+    // On this thread the same full frame is located.
+    std::vector<image_pair> out;
+    _crop_results res;
+    EXPECT_EQ(0, crop(f.frames, out, res));
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "algorithm/palm_crop.h"
+#include "support/synthetic_camera.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_share::image_pair;
@@ -85,11 +86,7 @@ palm_image room(int w, int h, int corridor) {
 }
 
 int crop(const image_pair& in) {
-    static bool tables = false;
-    if (!tables) {
-        CPalmCrop::GenerateMappingTable();
-        tables = true;
-    }
+    palm_test::ensure_lens_tables();
     std::vector<image_pair> out;
     _crop_results res;
     return palm_algorithm::get_crop_inst()->Crop(in, out, res);

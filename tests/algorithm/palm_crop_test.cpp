@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "image/angle_helpers.h"
+#include "support/synthetic_camera.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_algorithm::valley_info;
@@ -19,14 +20,6 @@ using palm_struct::_point;
 using palm_struct::_position;
 
 namespace {
-
-void ensure_tables() {
-    static bool done = false;
-    if (!done) {
-        CPalmCrop::GenerateMappingTable();
-        done = true;
-    }
-}
 
 image_pair blank_pair(int w, int h, unsigned char v) {
     image_pair p;
@@ -76,7 +69,7 @@ TEST(PalmCropPipeline, DifferentSizesGiveTwoBeforeAnyImageIsTouched) {
 }
 
 TEST(PalmCropPipeline, BlackFrameGivesThreeAndPositionLeft) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     image_pair in = blank_pair(640, 480, 0);
     std::vector<image_pair> out;
     _crop_results res;
@@ -88,7 +81,7 @@ TEST(PalmCropPipeline, BlackFrameGivesThreeAndPositionLeft) {
 }
 
 TEST(PalmCropPipeline, OtherFrameSizeStillWorksOnTheFirstHalfSizeImages) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     // Whatever size came first on this thread, a 320 x 240 black pair and a
     // 640 x 480 black pair both end at the region check.
     image_pair small = blank_pair(320, 240, 0);
@@ -456,7 +449,7 @@ TEST(PalmCropGeometry, TiltOnThePivotLineReturnsThePointExactly) {
 }
 
 TEST(PalmCropGeometry, FourTiltedViewsAreAppendedInOrder) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_image src;
     src.Create(640, 480, static_cast<unsigned char>(100));
     _crop_results res;
@@ -483,7 +476,7 @@ TEST(PalmCropGeometry, FourTiltedViewsAreAppendedInOrder) {
 }
 
 TEST(PalmCropGeometry, RectifyOfAnAxisAlignedSquareWalksTheNormalPlane) {
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     // A gradient image: the pixel at raw (x, y) is x / 4.
     palm_image src;
     src.Create(640, 480, static_cast<unsigned char>(0));
@@ -543,7 +536,7 @@ TEST(PalmCropBadInput, EmptyProfilesAndImagesGiveDefinedResults) {
     CPalmCrop::FindValley(longer, one, v);
     EXPECT_TRUE(v.empty());
 
-    ensure_tables();
+    palm_test::ensure_lens_tables();
     palm_image nothing;
     _crop_results res;
     CPalmCrop::FindROICornerBoth(_point<int>{260, 300}, _point<int>{350, 296}, res);

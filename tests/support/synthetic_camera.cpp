@@ -466,4 +466,9 @@ camera_pose random_usable_pose(std::uint32_t seed) {
     return p;
 }
 
+void ensure_lens_tables() {
+    if (palm_algorithm::CPalmCrop::piMapNIRx == nullptr)
+        palm_algorithm::CPalmCrop::GenerateMappingTable();
+}
+
 }  // namespace palm_test

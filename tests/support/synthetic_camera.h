@@ -41,6 +41,10 @@ struct camera_frame {
 camera_frame render_frame_pair(std::uint32_t identity, const camera_pose& pose,
                                const palm_struct::calib_data* calib = nullptr);
 
+// Builds the crop's lens tables from the calibration in force unless they
+// exist: the crop's table look-up does not test for them. Cheap once built.
+void ensure_lens_tables();
+
 // A pose drawn from the range in which the crop is expected to succeed.
 camera_pose random_usable_pose(std::uint32_t seed);
 
