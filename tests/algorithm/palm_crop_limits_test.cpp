@@ -133,3 +133,24 @@ TEST(PalmCropLimits, OutlineOfFiftyOneSamplesIsAccepted) {
     ASSERT_EQ(51, samples);
     EXPECT_EQ(7, crop(in));  // too few valleys on so small an outline
 }
+
+TEST(PalmCropLimits, RingWithItsCentreInTheHoleGivesFive) {
+    // The mask's centroid lies in the hole: nothing is seen from it.
+    palm_image m = blank_half();
+    rect(m, 120, 80, 80, 6);
+    rect(m, 120, 154, 80, 6);
+    rect(m, 120, 80, 6, 80);
+    rect(m, 194, 80, 6, 80);
+    EXPECT_EQ(5, crop(frame_of(m)));
+}
+
+TEST(PalmCropLimits, DiscHasNoAcceptableKeyPoints) {
+    // The steps of a digital circle are valleys enough, but none of them
+    // has the peak span of a finger web.
+    palm_image m = blank_half();
+    for (int y = 0; y < 240; ++y)
+        for (int x = 0; x < 320; ++x)
+            if ((x - 160) * (x - 160) + (y - 120) * (y - 120) <= 40 * 40)
+                m[y][x] = 255;
+    EXPECT_EQ(8, crop(frame_of(m)));
+}
