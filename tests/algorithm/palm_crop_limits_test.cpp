@@ -145,8 +145,8 @@ TEST(PalmCropLimits, RingWithItsCentreInTheHoleGivesFive) {
 }
 
 TEST(PalmCropLimits, DiscHasNoAcceptableKeyPoints) {
-    // The steps of a digital circle are valleys enough, but none of them
-    // has the peak span of a finger web.
+    // The steps of a digital circle give valleys enough to pass the count,
+    // but fewer than five of them survive the key point tests.
     palm_image m = blank_half();
     for (int y = 0; y < 240; ++y)
         for (int x = 0; x < 320; ++x)
