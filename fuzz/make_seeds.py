@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the small seed corpora of the fuzz targets (run once; the seeds are
+"""Writes the small seed corpora of the fuzz targets (run once; its output is
 committed). Records are a 32-bit little-endian cell count followed by 768
 bytes per cell; feature texts are their standard Base64."""
 import base64
