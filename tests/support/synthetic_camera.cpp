@@ -20,6 +20,8 @@ namespace {
 
 const int kWidth = 640;
 const int kHeight = 480;
+const int kHalfWidth = kWidth / 2;
+const int kHalfHeight = kHeight / 2;
 const double kPi = 3.14159265358979323846;
 const double kDeg = kPi / 180.0;
 // Raw positions are mapped to the normal plane on a grid of this step and
@@ -41,13 +43,23 @@ const double kFingerBaseY = 73.0;
 const double kFingerX[4] = {-72.0, -24.0, 24.0, 72.0};
 const double kNotchX[3] = {-48.0, 0.0, 48.0};
 const double kNotchRadius = 10.0;
-// Where the outline's centre lies, roughly: the webs are the outline points
-// nearest to it.
-const double kCentreY = -40.0;
-
-// Where the crop's outline sample of a web lies against the rim, raw pixels.
+// Where the crop's outline sample of a web lies against the rim of the
+// notch, raw pixels. The outline is the layer of hand pixels at half
+// resolution that touch the background. The edge-preserving clean-up of
+// the mask clears the hand's outermost layer (a pixel on the rim has more
+// than a quarter of its disc in the dark), so the layer traced is the
+// second one, whose pixel centres lie one to two half-resolution pixels
+// inside the rim: 1.5 on average, 3 raw pixels.
 const double kInnerBoundary = 3.0;
+// The radius smoothing window runs from 10 samples before the sample it
+// writes to 8 after it, so it is centred one sample behind: the lowest
+// smoothed radius is reported one outline step (a half-resolution pixel,
+// 2 raw pixels) further along the walk than the lowest radius itself.
 const double kWalkAhead = 2.0;
+// Rays cast from the hand's centroid to find the part of the hand seen
+// from it, and their step in half-resolution pixels.
+const int kCentreRays = 720;
+const double kRayStep = 0.5;
 
 // Texture of lines over the palm, hand units.
 const int kTexX0 = -170, kTexY0 = -180, kTexW = 340, kTexH = 440;
@@ -141,7 +153,8 @@ line random_line(std::mt19937& rng, double min_len, double max_len, double min_w
     return r;
 }
 
-std::vector<float> draw_lines(const std::vector<line>& lines) {
+// Lines add up their darkening, or with `deepest` the darkest one counts.
+std::vector<float> draw_lines(const std::vector<line>& lines, bool deepest) {
     const int segments = 16;
     std::vector<float> tex(static_cast<std::size_t>(kTexW) * kTexH, 0.0f);
     for (const line& l : lines) {
@@ -166,9 +179,12 @@ std::vector<float> draw_lines(const std::vector<line>& lines) {
                 double d = 1e9;
                 for (int i = 0; i < segments; ++i)
                     d = std::min(d, segment_distance(x, y, px[i], py[i], px[i + 1], py[i + 1]));
-                if (d < reach)
-                    tex[static_cast<std::size_t>(y) * kTexW + x] +=
+                if (d < reach) {
+                    float const v =
                         static_cast<float>(l.depth * std::exp(-d * d / (2 * l.width * l.width)));
+                    float& t = tex[static_cast<std::size_t>(y) * kTexW + x];
+                    t = deepest ? std::max(t, v) : t + v;
+                }
             }
         }
     }
@@ -189,17 +205,22 @@ hand_model make_hand(std::uint32_t identity) {
     h.thumb_angle = (55.0 + 8.0 * u(rng)) * kDeg;
     h.nir_level = 175.0 + 15.0 * u(rng);
     h.vl_level = 155.0 + 15.0 * u(rng);
+    // Lines a few pixels wide and well above the sensor noise, so that they
+    // survive the resampling to the region and fill it at the coder's scale.
+    // A vein network of one light, its crossings no darker than one vein:
+    // the mask's clean-up takes darker spots inside the hand for edges.
     std::vector<line> veins, prints;
-    int const vein_count = 6 + static_cast<int>(rng() % 5);
+    int const vein_count = 20 + static_cast<int>(rng() % 5);
     for (int i = 0; i < vein_count; ++i)
-        veins.push_back(random_line(rng, 60, 160, 3.0, 5.0, 5, 9));
+        veins.push_back(random_line(rng, 60, 160, 3.5, 6.0, 8, 12));
+    // Three principal lines and many creases.
     for (int i = 0; i < 3; ++i)
-        prints.push_back(random_line(rng, 90, 160, 1.8, 2.8, 40, 70));
-    int const wrinkles = 15 + static_cast<int>(rng() % 11);
+        prints.push_back(random_line(rng, 90, 160, 2.5, 3.5, 40, 70));
+    int const wrinkles = 45 + static_cast<int>(rng() % 11);
     for (int i = 0; i < wrinkles; ++i)
-        prints.push_back(random_line(rng, 15, 50, 0.8, 1.5, 12, 30));
-    h.vein = draw_lines(veins);
-    h.print = draw_lines(prints);
+        prints.push_back(random_line(rng, 15, 50, 1.5, 2.5, 18, 32));
+    h.vein = draw_lines(veins, true);
+    h.print = draw_lines(prints, false);
     return h;
 }
 
@@ -325,6 +346,51 @@ struct noise_source {
     }
 };
 
+// The centre of the palm as the crop measures radii from it: the centroid of
+// the part of the hand that straight rays from the whole hand's centroid
+// reach without leaving it, which leaves out most of the fingers and the
+// thumb. Half-resolution silhouette in, raw frame position out. The
+// outermost ring of the half-resolution image is never hand, as in the
+// crop's masks, so a wrist leaving the frame ends one row inside it.
+_point<double> palm_centre(const std::vector<unsigned char>& silhouette) {
+    auto hand = [&](int x, int y) {
+        return x > 0 && y > 0 && x < kHalfWidth - 1 && y < kHalfHeight - 1 &&
+               silhouette[static_cast<std::size_t>(y) * kHalfWidth + x] != 0;
+    };
+    double sx = 0, sy = 0, n = 0;
+    for (int y = 0; y < kHalfHeight; ++y)
+        for (int x = 0; x < kHalfWidth; ++x)
+            if (hand(x, y)) {
+                sx += x;
+                sy += y;
+                n += 1;
+            }
+    if (n == 0)
+        return {0, 0};
+    double const cx = sx / n, cy = sy / n;
+    std::vector<unsigned char> seen(silhouette.size(), 0);
+    for (int r = 0; r < kCentreRays; ++r) {
+        double const a = 2 * kPi * r / kCentreRays;
+        double const dx = std::cos(a) * kRayStep, dy = std::sin(a) * kRayStep;
+        for (int k = 1;; ++k) {
+            int const x = static_cast<int>(std::lround(cx + k * dx));
+            int const y = static_cast<int>(std::lround(cy + k * dy));
+            if (!hand(x, y))
+                break;
+            seen[static_cast<std::size_t>(y) * kHalfWidth + x] = 1;
+        }
+    }
+    sx = sy = n = 0;
+    for (int y = 0; y < kHalfHeight; ++y)
+        for (int x = 0; x < kHalfWidth; ++x)
+            if (seen[static_cast<std::size_t>(y) * kHalfWidth + x]) {
+                sx += x;
+                sy += y;
+                n += 1;
+            }
+    return {2 * sx / n, 2 * sy / n};
+}
+
 // Beyond this distance from the outline (hand units) a whole block of
 // pixels lies on one side of it.
 const double kBlockMargin = 6.0;
@@ -332,9 +398,11 @@ const double kBlockMargin = 6.0;
 void render(palm_share::palm_image& image, const std::vector<_point<double>>& grid,
             const pose_transform& pose, const hand_model& hand, const std::vector<float>& lines,
             double level, double background, noise_source& rng, double noise, double light_x,
-            double light_y) {
+            double light_y, std::vector<unsigned char>* silhouette) {
     image.Create(kWidth, kHeight, static_cast<unsigned char>(0));
     unsigned char* out = image.GetBuffer();
+    if (silhouette)
+        silhouette->assign(static_cast<std::size_t>(kHalfWidth) * kHalfHeight, 0);
     // Hand positions on the lens grid; the pose is as smooth as the lens,
     // so pixels between the nodes are interpolated as well.
     std::vector<_point<double>> hand_grid(grid.size());
@@ -359,6 +427,10 @@ void render(palm_share::palm_image& image, const std::vector<_point<double>>& gr
                             double const skin = level - texture(lines, hpt.x, hpt.y);
                             v = background + alpha * (skin - background);
                         }
+                        // The pixels the half-resolution image is decimated
+                        // to, where more than half of the pixel is hand.
+                        if (silhouette && alpha > 0.5 && x % 2 == 0 && y % 2 == 0)
+                            (*silhouette)[static_cast<std::size_t>(y / 2) * kHalfWidth + x / 2] = 1;
                     }
                     double const rx = (x - 320.0) / 400.0, ry = (y - 240.0) / 400.0;
                     double const light =
@@ -412,12 +484,20 @@ camera_frame render_frame_pair(std::uint32_t identity, const camera_pose& pose,
     double const lx = light(light_rng), ly = light(light_rng);
     noise_source rng{pose.noise_seed * 2654435761u | 1u};
     camera_frame f;
+    std::vector<unsigned char> silhouette;
     render(f.frames.nir, grid.nir, t, hand, hand.vein, hand.nir_level, 18.0, rng, pose.noise, lx,
-           ly);
-    render(f.frames.vl, grid.vl, t, hand, hand.print, hand.vl_level, 35.0, rng, pose.noise, lx, ly);
+           ly, &silhouette);
+    render(f.frames.vl, grid.vl, t, hand, hand.print, hand.vl_level, 35.0, rng, pose.noise, lx, ly,
+           nullptr);
 
-    // The webs: of each notch, the point nearest the outline's centre.
-    // Positions in hand units carry the mirror of the hand.
+    // The webs. The crop takes a web where the radius of the hand's outline,
+    // measured from the palm centre, is lowest: on the rim of a notch, the
+    // point nearest the palm centre, that is toward it from the centre of
+    // the notch's round end. Then the outline sample the crop reports lies
+    // kInnerBoundary inside the rim and kWalkAhead along the walk, which
+    // runs left to right below the centre. Positions in hand units carry
+    // the mirror of the hand; in hand units the palm is centred on x = 0,
+    // so the screen-left web is at x = -48 whichever side the thumb is on.
     auto to_raw = [&](double hx, double hy) {
         _point<double> const n = t.forward(hx * hand.side, hy);
         _point<double> r{0, 0};
@@ -425,26 +505,18 @@ camera_frame render_frame_pair(std::uint32_t identity, const camera_pose& pose,
                                        r, c.nir);
         return _point<double>{r.x + c.nir.center_x, r.y + c.nir.center_y};
     };
-    // In hand units the centre is at x = 0, so the screen-left web is at
-    // x = -48 whichever side the thumb is on.
-    _point<double> const centre = to_raw(0.0, kCentreY);
+    _point<double> const centre = palm_centre(silhouette);
     for (int k = 0; k < 2; ++k) {
         double const nx = (k == 0 ? kNotchX[0] : kNotchX[2]) * hand.side;
-        _point<double> const web = to_raw(nx, kFingerBaseY);
+        _point<double> const notch = to_raw(nx, kFingerBaseY);
         _point<double> const rim = to_raw(nx, kFingerBaseY - kNotchRadius);
-        double const r = std::hypot(rim.x - web.x, rim.y - web.y);
-        double const dx = centre.x - web.x, dy = centre.y - web.y;
+        double const r = std::hypot(rim.x - notch.x, rim.y - notch.y);
+        double const dx = centre.x - notch.x, dy = centre.y - notch.y;
         double const len = std::hypot(dx, dy);
-        double const nx_ = dx / len, ny_ = dy / len;
-        // The crop walks the hand's inner boundary at half resolution, on
-        // a raw pixel or more inside the rim, and its smoothing window
-        // reports the sample one step (two raw pixels) further along the
-        // walk, which runs left to right below the centre. Open and close round
-        // the notch besides; the three pixels inward are what the pipeline
-        // shows on average.
+        double const ux = dx / len, uy = dy / len;
         double const inside = r + kInnerBoundary;
-        f.nir_key[k] = {web.x + inside * nx_ - kWalkAhead * ny_,
-                        web.y + inside * ny_ + kWalkAhead * nx_};
+        f.nir_key[k] = {notch.x + inside * ux - kWalkAhead * uy,
+                        notch.y + inside * uy + kWalkAhead * ux};
     }
     if (f.nir_key[0].x > f.nir_key[1].x)
         std::swap(f.nir_key[0], f.nir_key[1]);
