@@ -136,8 +136,12 @@ TEST(PalmCropFrames, FindsTheWebsAndCodesTheRegions) {
         vein_other.min, vein_other.max, vein_other.n);
     ASSERT_GT(print_same.n, 0);
     ASSERT_GT(print_other.n, 0);
-    EXPECT_LT(print_same.mean() + 0.1, print_other.mean());
-    EXPECT_LT(vein_same.mean() + 0.05, vein_other.mean());
+    // Repeated captures of one palm code well inside the server's default
+    // limits (0.36 print, 0.35 vein); other palms stay near 0.5.
+    EXPECT_LT(print_same.mean(), 0.25);
+    EXPECT_LT(vein_same.mean(), 0.28);
+    EXPECT_GT(print_other.min, 0.4);
+    EXPECT_GT(vein_other.min, 0.4);
 }
 
 TEST(PalmCropFrames, SuccessFillsEveryField) {

@@ -174,11 +174,24 @@ std::vector<float> draw_lines(const std::vector<line>& lines, bool deepest) {
         int const x1 = std::min(kTexW - 1, static_cast<int>(maxx + reach) + 1);
         int const y0 = std::max(0, static_cast<int>(miny - reach));
         int const y1 = std::min(kTexH - 1, static_cast<int>(maxy + reach) + 1);
+        // Distance to the curve, segment by segment over each one's own box.
+        int const bw = x1 - x0 + 1, bh = y1 - y0 + 1;
+        std::vector<double> dist(static_cast<std::size_t>(bw) * bh, 1e9);
+        for (int i = 0; i < segments; ++i) {
+            int const sx0 = std::max(x0, static_cast<int>(std::min(px[i], px[i + 1]) - reach));
+            int const sx1 = std::min(x1, static_cast<int>(std::max(px[i], px[i + 1]) + reach) + 1);
+            int const sy0 = std::max(y0, static_cast<int>(std::min(py[i], py[i + 1]) - reach));
+            int const sy1 = std::min(y1, static_cast<int>(std::max(py[i], py[i + 1]) + reach) + 1);
+            for (int y = sy0; y <= sy1; ++y) {
+                for (int x = sx0; x <= sx1; ++x) {
+                    double& d = dist[static_cast<std::size_t>(y - y0) * bw + (x - x0)];
+                    d = std::min(d, segment_distance(x, y, px[i], py[i], px[i + 1], py[i + 1]));
+                }
+            }
+        }
         for (int y = y0; y <= y1; ++y) {
             for (int x = x0; x <= x1; ++x) {
-                double d = 1e9;
-                for (int i = 0; i < segments; ++i)
-                    d = std::min(d, segment_distance(x, y, px[i], py[i], px[i + 1], py[i + 1]));
+                double const d = dist[static_cast<std::size_t>(y - y0) * bw + (x - x0)];
                 if (d < reach) {
                     float const v =
                         static_cast<float>(l.depth * std::exp(-d * d / (2 * l.width * l.width)));
