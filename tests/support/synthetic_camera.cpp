@@ -401,6 +401,8 @@ _point<double> palm_centre(const std::vector<unsigned char>& silhouette) {
                 sy += y;
                 n += 1;
             }
+    if (n == 0)  // the hand's centroid lies off the hand
+        return {2 * cx, 2 * cy};
     return {2 * sx / n, 2 * sy / n};
 }
 
