@@ -73,48 +73,43 @@ void MappingForward(const _point<double>& in, _point<double>& out, const cp_sing
     out = nearer(candidates[0], candidates[1], in, true);
 }
 
-void MappingBackward(const _point<double>& in, _point<double>& out, const cp_single& cp) {
-    _point<double> const& A = cp.left;
-    _point<double> const& B = cp.right;
-    _point<double> const& C = cp.top;
-    _point<double> const& D = cp.bottom;
+namespace {
+
+// Signed position of a raw point along one axis of the model: where the arc
+// of the other family through the point (the arc through p and q, or their
+// straight line near it) meets `axis`, as a distance from the centre,
+// negative on the side of `negative_end`.
+double axis_position(_point<double> const& in, SLine const& through_pq, _point<double> const& p,
+                     _point<double> const& q, SLine const& axis, _point<double> const& centre,
+                     _point<double> const& negative_end) {
+    _point<double> m = centre;
+    if (Point2LineDist(in, through_pq) >= AXIS_TOLERANCE) {
+        SCircle k;
+        CalcCircle(p, q, in, k);
+        _point<double> c[2] = {{0, 0}, {0, 0}};
+        CircleLineIntersectPoint(k, axis, c[0], c[1]);
+        m = nearer(c[0], c[1], in, false);
+    }
     _point<double> const origin{0, 0};
+    double const v = Dist(m, origin);
+    return Dist(negative_end, origin) >= Dist(negative_end, m) ? -v : v;
+}
 
+}  // namespace
+
+void MappingBackward(const _point<double>& in, _point<double>& out, const cp_single& cp) {
     SLine l1, l2;
-    CalcLine(A, B, l1);
-    CalcLine(C, D, l2);
-    double const e2 = Point2LineDist(in, l2);
-    double const e1 = Point2LineDist(in, l1);
+    CalcLine(cp.left, cp.right, l1);
+    CalcLine(cp.top, cp.bottom, l2);
+    _point<double> centre{0, 0};
+    LineLineIntersectPoint(l1, l2, centre);
 
-    // Where the horizontal arc through the point meets the vertical axis.
-    _point<double> m1{0, 0};
-    if (e1 < AXIS_TOLERANCE) {
-        LineLineIntersectPoint(l1, l2, m1);
-    } else {
-        SCircle k;
-        CalcCircle(A, B, in, k);
-        _point<double> c[2] = {{0, 0}, {0, 0}};
-        CircleLineIntersectPoint(k, l2, c[0], c[1]);
-        m1 = nearer(c[0], c[1], in, false);
-    }
-    double v = Dist(m1, origin);
-    if (Dist(C, origin) >= Dist(C, m1)) v = -v;
-    double const y = std::tan(v / cp.focal_y) * cp.focal_y;
-
-    // Where the vertical arc through the point meets the horizontal axis.
-    _point<double> m2{0, 0};
-    if (e2 < AXIS_TOLERANCE) {
-        LineLineIntersectPoint(l1, l2, m2);
-    } else {
-        SCircle k;
-        CalcCircle(C, D, in, k);
-        _point<double> c[2] = {{0, 0}, {0, 0}};
-        CircleLineIntersectPoint(k, l1, c[0], c[1]);
-        m2 = nearer(c[0], c[1], in, false);
-    }
-    v = Dist(m2, origin);
-    if (Dist(A, origin) >= Dist(A, m2)) v = -v;
-    out.x = std::tan(v / cp.focal_x) * cp.focal_x;
+    // The horizontal arc through the point gives y, the vertical one x. Both
+    // are computed before `out` is written, so `in` and `out` may be one.
+    double const vy = axis_position(in, l1, cp.left, cp.right, l2, centre, cp.top);
+    double const vx = axis_position(in, l2, cp.top, cp.bottom, l1, centre, cp.left);
+    double const y = std::tan(vy / cp.focal_y) * cp.focal_y;
+    out.x = std::tan(vx / cp.focal_x) * cp.focal_x;
     out.y = y;
 }
 
