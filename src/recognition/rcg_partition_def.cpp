@@ -258,8 +258,8 @@ bool rcg_partition_def::match_1vN(char const* text, char const* /*spare*/) const
         decoded = false;
     }
     if (decoded) {
-        for (auto const& stored_cell : probe.cells) {
-            cell_type const cell(stored_cell);
+        // The decoded probe is local and stays still: its cells need no copy.
+        for (auto const& cell : probe.cells) {
             std::string const* const found =
                 parallel ? parell_lib_match(cell) : normal_lib_match(cell);
             if (found != nullptr) {
