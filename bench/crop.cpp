@@ -5,9 +5,9 @@
 
 #include <vector>
 
-#include "algorithm/i_feature_extractor.h"
-#include "algorithm/palm_crop.h"
-#include "support/synthetic_camera.h"
+#include "palm/extraction/i_feature_extractor.h"
+#include "palm/localisation/palm_crop.h"
+#include "sim/synthetic_camera.h"
 
 namespace {
 

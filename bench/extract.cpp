@@ -4,10 +4,10 @@
 #include <random>
 #include <vector>
 
-#include "algorithm/anigauss.h"
-#include "algorithm/anigauss_fast.h"
-#include "algorithm/feature_extract.h"
-#include "support/synthetic_palm.h"
+#include "palm/extraction/anigauss.h"
+#include "palm/extraction/anigauss_fast.h"
+#include "palm/extraction/feature_extract.h"
+#include "sim/synthetic_palm.h"
 
 namespace {
 

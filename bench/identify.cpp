@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "recognition/rcg_environment.h"
-#include "support/synthetic_records.h"
+#include "palm/recognition/rcg_environment.h"
+#include "sim/synthetic_records.h"
 
 namespace {
 

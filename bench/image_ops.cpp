@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "image/palm_image.h"
+#include "palm/image/palm_image.h"
 
 namespace {
 

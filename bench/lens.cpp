@@ -2,8 +2,8 @@
 //   build/bench/bench_lens
 #include <benchmark/benchmark.h>
 
-#include "algorithm/lens_mapping.h"
-#include "algorithm/palm_crop.h"
+#include "palm/localisation/lens_mapping.h"
+#include "palm/localisation/palm_crop.h"
 
 namespace {
 

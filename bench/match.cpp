@@ -5,8 +5,8 @@
 #include <random>
 #include <vector>
 
-#include "algorithm/feature_match.h"
-#include "support/random_codes.h"
+#include "palm/matching/feature_match.h"
+#include "sim/random_codes.h"
 
 using palm_algorithm::g_match_inst;
 using palm_algorithm::i_feature_match;

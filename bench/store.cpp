@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "feature/feature_block_pool.h"
-#include "feature/unpack_feature.h"
-#include "recognition/rcg_environment.h"
-#include "support/synthetic_records.h"
+#include "palm/feature/feature_block_pool.h"
+#include "palm/feature/unpack_feature.h"
+#include "palm/recognition/rcg_environment.h"
+#include "sim/synthetic_records.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <string>
 
-#include "feature/crypt_feature.h"
-#include "feature/unpack_feature.h"
+#include "palm/feature/crypt_feature.h"
+#include "palm/feature/unpack_feature.h"
 
 using palm_feature::user_palm_feature;
 

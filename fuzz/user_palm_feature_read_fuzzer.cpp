@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "feature/basic_imemstream.h"
-#include "feature/user_palm_feature.h"
+#include "palm/feature/basic_imemstream.h"
+#include "palm/feature/user_palm_feature.h"
 
 using palm_feature::user_palm_feature;
 

@@ -14,7 +14,7 @@
 #include <random>
 #include <string>
 
-#include "support/synthetic_records.h"
+#include "sim/synthetic_records.h"
 
 namespace {
 

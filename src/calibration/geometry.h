@@ -5,8 +5,8 @@
 #ifndef PALM_CALIBRATION_GEOMETRY_H_
 #define PALM_CALIBRATION_GEOMETRY_H_
 
-#include "image/point.h"
-#include "palm_export.h"
+#include "palm/image/point.h"
+#include "palm/palm_export.h"
 
 namespace palm_struct {
 

@@ -1,4 +1,4 @@
-#include "feature/base64_alphabet.h"
+#include "palm/feature/base64_alphabet.h"
 
 namespace palm_feature {
 

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <istream>
 
-#include "feature/mem_streambuf.h"
+#include "palm/feature/mem_streambuf.h"
 
 namespace palm_feature {
 

@@ -1,9 +1,9 @@
-#include "feature/crypt_feature.h"
+#include "palm/feature/crypt_feature.h"
 
 #include <memory>
 
-#include "feature/base64_alphabet.h"
-#include "feature/md5.h"
+#include "palm/feature/base64_alphabet.h"
+#include "palm/feature/md5.h"
 
 using palm_feature::base64_map;
 

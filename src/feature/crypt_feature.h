@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "feature/user_palm_feature.h"
-#include "palm_export.h"
+#include "palm/feature/user_palm_feature.h"
+#include "palm/palm_export.h"
 
 // Base64 of the record's stream form into `text` and its digest as 32 hex
 // digits into `digest`. False for a record with no cells; both strings are

@@ -1,4 +1,4 @@
-#include "feature/feature_block_pool.h"
+#include "palm/feature/feature_block_pool.h"
 
 #include <sys/mman.h>
 
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <mutex>
 
-#include "feature/single_feature.h"
+#include "palm/feature/single_feature.h"
 
 namespace palm_feature {
 

@@ -1,4 +1,4 @@
-#include "feature/i_feature_io.h"
+#include "palm/feature/i_feature_io.h"
 
 #include <fstream>
 

@@ -1,4 +1,4 @@
-#include "feature/i_user_feature_io.h"
+#include "palm/feature/i_user_feature_io.h"
 
 #include <exception>
 #include <fstream>

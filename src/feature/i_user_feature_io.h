@@ -6,7 +6,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "palm_export.h"
+#include "palm/palm_export.h"
 
 namespace palm_feature {
 

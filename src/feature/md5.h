@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "palm_export.h"
+#include "palm/palm_export.h"
 
 typedef unsigned char uchar;
 typedef uint32_t uint4;

@@ -1,6 +1,6 @@
-#include "feature/single_feature.h"
+#include "palm/feature/single_feature.h"
 
-#include "feature/feature_block_pool.h"
+#include "palm/feature/feature_block_pool.h"
 
 #include <cstring>
 #include <exception>

@@ -4,8 +4,8 @@
 #ifndef PALM_FEATURE_SINGLE_FEATURE_H_
 #define PALM_FEATURE_SINGLE_FEATURE_H_
 
-#include "feature/i_feature_io.h"
-#include "palm_export.h"
+#include "palm/feature/i_feature_io.h"
+#include "palm/palm_export.h"
 
 namespace palm_feature {
 

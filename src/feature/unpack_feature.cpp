@@ -1,10 +1,10 @@
-#include "feature/unpack_feature.h"
+#include "palm/feature/unpack_feature.h"
 
 #include <cstring>
 #include <memory>
 
-#include "feature/base64_alphabet.h"
-#include "feature/basic_imemstream.h"
+#include "palm/feature/base64_alphabet.h"
+#include "palm/feature/basic_imemstream.h"
 
 namespace palm_feature {
 

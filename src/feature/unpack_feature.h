@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-#include "feature/user_palm_feature.h"
-#include "palm_export.h"
+#include "palm/feature/user_palm_feature.h"
+#include "palm/palm_export.h"
 
 namespace palm_feature {
 

@@ -1,4 +1,4 @@
-#include "feature/user_palm_feature.h"
+#include "palm/feature/user_palm_feature.h"
 
 #include <cstdint>
 #include <cstring>
@@ -6,7 +6,7 @@
 #include <istream>
 #include <ostream>
 
-#include "feature/basic_imemstream.h"
+#include "palm/feature/basic_imemstream.h"
 
 namespace palm_feature {
 

@@ -6,10 +6,10 @@
 
 #include <vector>
 
-#include "feature/i_user_feature_io.h"
-#include "feature/palm_cell.h"
-#include "feature/single_feature.h"
-#include "palm_export.h"
+#include "palm/feature/i_user_feature_io.h"
+#include "palm/feature/palm_cell.h"
+#include "palm/feature/single_feature.h"
+#include "palm/palm_export.h"
 
 namespace palm_feature {
 

@@ -1,4 +1,4 @@
-#include "image/angle_helpers.h"
+#include "palm/image/angle_helpers.h"
 
 #include <cmath>
 #include <cstdlib>

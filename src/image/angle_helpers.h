@@ -5,8 +5,8 @@
 
 #include <vector>
 
-#include "image/point.h"
-#include "palm_export.h"
+#include "palm/image/point.h"
+#include "palm/palm_export.h"
 
 namespace palm_share {
 

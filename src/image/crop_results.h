@@ -3,7 +3,7 @@
 #ifndef PALM_IMAGE_CROP_RESULTS_H_
 #define PALM_IMAGE_CROP_RESULTS_H_
 
-#include "image/point.h"
+#include "palm/image/point.h"
 
 namespace palm_struct {
 

@@ -1,4 +1,4 @@
-#include "image/cy_image.h"
+#include "palm/image/cy_image.h"
 
 #include <climits>
 #include <cstring>

@@ -4,7 +4,7 @@
 #ifndef PALM_IMAGE_CY_IMAGE_H_
 #define PALM_IMAGE_CY_IMAGE_H_
 
-#include "palm_export.h"
+#include "palm/palm_export.h"
 
 namespace palm_share {
 

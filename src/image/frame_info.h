@@ -6,8 +6,8 @@
 #ifndef PALM_IMAGE_FRAME_INFO_H_
 #define PALM_IMAGE_FRAME_INFO_H_
 
-#include "image/crop_results.h"
-#include "image/palm_image.h"
+#include "palm/image/crop_results.h"
+#include "palm/image/palm_image.h"
 
 namespace palm_struct {
 

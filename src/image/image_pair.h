@@ -4,7 +4,7 @@
 #ifndef PALM_IMAGE_IMAGE_PAIR_H_
 #define PALM_IMAGE_IMAGE_PAIR_H_
 
-#include "image/palm_image.h"
+#include "palm/image/palm_image.h"
 
 namespace palm_share {
 

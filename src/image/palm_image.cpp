@@ -1,9 +1,9 @@
-#include "image/palm_image.h"
+#include "palm/image/palm_image.h"
 
 #include <cstring>
 #include <new>
 
-#include "image/palm_tables.h"
+#include "palm/image/palm_tables.h"
 
 namespace palm_share {
 

@@ -8,9 +8,9 @@
 
 #include <vector>
 
-#include "image/cy_image.h"
-#include "image/point.h"
-#include "palm_export.h"
+#include "palm/image/cy_image.h"
+#include "palm/image/point.h"
+#include "palm/palm_export.h"
 
 namespace palm_share {
 

@@ -1,6 +1,6 @@
 // The tables are written out once; tests recompute every entry from its
 // formula.
-#include "image/palm_tables.h"
+#include "palm/image/palm_tables.h"
 
 namespace palm_share {
 

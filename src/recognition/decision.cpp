@@ -1,4 +1,4 @@
-#include "recognition/decision.h"
+#include "palm/recognition/decision.h"
 
 namespace palm_recognition {
 

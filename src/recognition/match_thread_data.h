@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "algorithm/i_feature_match.h"
-#include "feature/palm_cell.h"
-#include "feature/single_feature.h"
-#include "recognition/match_gate.h"
-#include "recognition/simple_feature_lib.h"
+#include "palm/matching/i_feature_match.h"
+#include "palm/feature/palm_cell.h"
+#include "palm/feature/single_feature.h"
+#include "palm/recognition/match_gate.h"
+#include "palm/recognition/simple_feature_lib.h"
 
 namespace palm_recognition {
 

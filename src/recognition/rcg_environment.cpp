@@ -1,8 +1,8 @@
-#include "recognition/rcg_environment.h"
+#include "palm/recognition/rcg_environment.h"
 
 #include <exception>
 
-#include "feature/unpack_feature.h"
+#include "palm/feature/unpack_feature.h"
 
 namespace palm_recognition {
 

@@ -8,8 +8,8 @@
 #include <boost/thread/shared_mutex.hpp>
 #include <map>
 
-#include "recognition/rcg_partition_def.h"
-#include "recognition/simple_feature_lib.h"
+#include "palm/recognition/rcg_partition_def.h"
+#include "palm/recognition/simple_feature_lib.h"
 
 namespace palm_recognition {
 

@@ -1,4 +1,4 @@
-#include "recognition/rcg_partition_def.h"
+#include "palm/recognition/rcg_partition_def.h"
 
 #include <algorithm>
 #include <atomic>
@@ -6,11 +6,11 @@
 #include <boost/thread/thread.hpp>
 #include <exception>
 
-#include "feature/unpack_feature.h"
-#include "recognition/decision.h"
-#include "recognition/match_distance_login.h"
-#include "recognition/match_thread_data.h"
-#include "workflow/feature_login.h"
+#include "palm/feature/unpack_feature.h"
+#include "palm/recognition/decision.h"
+#include "palm/recognition/match_distance_login.h"
+#include "palm/recognition/match_thread_data.h"
+#include "palm/workflow/feature_login.h"
 
 namespace palm_recognition {
 

@@ -12,12 +12,12 @@
 #include <utility>
 #include <vector>
 
-#include "algorithm/i_feature_match.h"
+#include "palm/matching/i_feature_match.h"
 
-#include "feature/palm_cell.h"
-#include "feature/single_feature.h"
-#include "feature/user_palm_feature.h"
-#include "recognition/simple_feature_lib.h"
+#include "palm/feature/palm_cell.h"
+#include "palm/feature/single_feature.h"
+#include "palm/feature/user_palm_feature.h"
+#include "palm/recognition/simple_feature_lib.h"
 
 namespace boost {
 class thread;

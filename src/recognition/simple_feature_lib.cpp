@@ -1,9 +1,9 @@
-#include "recognition/simple_feature_lib.h"
+#include "palm/recognition/simple_feature_lib.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "feature/feature_block_pool.h"
+#include "palm/feature/feature_block_pool.h"
 
 namespace palm_recognition {
 

@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "feature/user_palm_feature.h"
+#include "palm/feature/user_palm_feature.h"
 
 namespace palm_recognition {
 

@@ -1,4 +1,4 @@
-#include "service/cx_string.h"
+#include "palm/service/cx_string.h"
 
 #include <cstring>
 #include <memory>

@@ -1,7 +1,7 @@
 // The exported C functions: each forwards to one operation of the one
 // environment of the process, which exists from library load to exit.
-#include "recognition/rcg_environment.h"
-#include "service/palm_service.h"
+#include "palm/recognition/rcg_environment.h"
+#include "palm/service/palm_service.h"
 
 namespace {
 palm_recognition::rcg_environment _g_rcg_environment;

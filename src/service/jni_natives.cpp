@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "service/cx_string.h"
-#include "service/palm_service.h"
+#include "palm/service/cx_string.h"
+#include "palm/service/palm_service.h"
 
 namespace {
 // Java's boolean is the low 8 bits of the C result.

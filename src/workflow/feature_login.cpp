@@ -1,6 +1,6 @@
-#include "workflow/feature_login.h"
+#include "palm/workflow/feature_login.h"
 
-#include "algorithm/i_feature_match.h"
+#include "palm/matching/i_feature_match.h"
 
 namespace palm_workflow {
 

@@ -3,8 +3,8 @@
 #ifndef PALM_WORKFLOW_FEATURE_LOGIN_H_
 #define PALM_WORKFLOW_FEATURE_LOGIN_H_
 
-#include "palm_export.h"
-#include "workflow/i_feature_login.h"
+#include "palm/palm_export.h"
+#include "palm/workflow/i_feature_login.h"
 
 namespace palm_workflow {
 

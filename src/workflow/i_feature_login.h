@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-#include "feature/palm_cell.h"
-#include "feature/single_feature.h"
-#include "feature/user_palm_feature.h"
-#include "palm_export.h"
-#include "workflow/i_feature_process.h"
+#include "palm/feature/palm_cell.h"
+#include "palm/feature/single_feature.h"
+#include "palm/feature/user_palm_feature.h"
+#include "palm/palm_export.h"
+#include "palm/workflow/i_feature_process.h"
 
 namespace palm_workflow {
 

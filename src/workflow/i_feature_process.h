@@ -2,7 +2,7 @@
 #ifndef PALM_WORKFLOW_I_FEATURE_PROCESS_H_
 #define PALM_WORKFLOW_I_FEATURE_PROCESS_H_
 
-#include "palm_export.h"
+#include "palm/palm_export.h"
 
 namespace palm_workflow {
 

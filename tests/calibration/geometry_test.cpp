@@ -1,4 +1,4 @@
-#include "calibration/geometry.h"
+#include "palm/calibration/geometry.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,12 @@
-#include "feature/crypt_feature.h"
+#include "palm/feature/crypt_feature.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "feature/unpack_feature.h"
+#include "palm/feature/unpack_feature.h"
 #include "support/shell.h"
-#include "support/synthetic_records.h"
+#include "sim/synthetic_records.h"
 
 using palm_feature::user_palm_feature;
 

@@ -1,10 +1,10 @@
-#include "feature/feature_block_pool.h"
+#include "palm/feature/feature_block_pool.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "feature/single_feature.h"
+#include "palm/feature/single_feature.h"
 
 using palm_feature::feature_block_pool;
 using palm_feature::single_feature;

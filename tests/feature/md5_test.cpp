@@ -1,4 +1,4 @@
-#include "feature/md5.h"
+#include "palm/feature/md5.h"
 
 #include <gtest/gtest.h>
 

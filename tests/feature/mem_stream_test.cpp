@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "feature/basic_imemstream.h"
-#include "feature/mem_streambuf.h"
+#include "palm/feature/basic_imemstream.h"
+#include "palm/feature/mem_streambuf.h"
 
 TEST(MemStream, ReadsTheBlockAndStopsAtItsEnd) {
     char block[] = {'a', 'b', 'c'};

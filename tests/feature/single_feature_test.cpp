@@ -1,4 +1,4 @@
-#include "feature/single_feature.h"
+#include "palm/feature/single_feature.h"
 
 #include <gtest/gtest.h>
 

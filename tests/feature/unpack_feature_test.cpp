@@ -1,4 +1,4 @@
-#include "feature/unpack_feature.h"
+#include "palm/feature/unpack_feature.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 #include <random>
 #include <string>
 
-#include "feature/base64_alphabet.h"
+#include "palm/feature/base64_alphabet.h"
 #include "support/shell.h"
-#include "support/synthetic_records.h"
+#include "sim/synthetic_records.h"
 
 using palm_feature::unpack_feature;
 using palm_feature::user_palm_feature;

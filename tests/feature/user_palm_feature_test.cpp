@@ -1,4 +1,4 @@
-#include "feature/user_palm_feature.h"
+#include "palm/feature/user_palm_feature.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -10,8 +10,8 @@
 #include <random>
 #include <sstream>
 
-#include "feature/basic_imemstream.h"
-#include "support/synthetic_records.h"
+#include "palm/feature/basic_imemstream.h"
+#include "sim/synthetic_records.h"
 
 using palm_feature::FEATURE_DATA_SIZE;
 using palm_feature::palm_cell;

@@ -1,10 +1,10 @@
-#include "image/frame_info.h"
+#include "palm/image/frame_info.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "image/image_pair.h"
+#include "palm/image/image_pair.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "image/palm_image.h"
+#include "palm/image/palm_image.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "image/palm_tables.h"
+#include "palm/image/palm_tables.h"
 
 #include <gtest/gtest.h>
 

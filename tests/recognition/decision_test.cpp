@@ -1,8 +1,8 @@
-#include "recognition/decision.h"
+#include "palm/recognition/decision.h"
 
 #include <gtest/gtest.h>
 
-#include "recognition/match_distance_login.h"
+#include "palm/recognition/match_distance_login.h"
 
 using palm_recognition::decision;
 using palm_recognition::MATCH_DISTANCE_LOGIN;

@@ -9,8 +9,8 @@
 #include <thread>
 #include <vector>
 
-#include "recognition/rcg_environment.h"
-#include "support/synthetic_records.h"
+#include "palm/recognition/rcg_environment.h"
+#include "sim/synthetic_records.h"
 
 using palm_feature::user_palm_feature;
 using palm_recognition::rcg_environment;

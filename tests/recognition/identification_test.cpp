@@ -6,9 +6,9 @@
 #include <string>
 #include <thread>
 
-#include "recognition/rcg_environment.h"
-#include "support/random_codes.h"
-#include "support/synthetic_records.h"
+#include "palm/recognition/rcg_environment.h"
+#include "sim/random_codes.h"
+#include "sim/synthetic_records.h"
 
 using palm_feature::user_palm_feature;
 using palm_recognition::rcg_environment;

@@ -3,8 +3,8 @@
 #include <random>
 #include <string>
 
-#include "recognition/rcg_environment.h"
-#include "support/synthetic_records.h"
+#include "palm/recognition/rcg_environment.h"
+#include "sim/synthetic_records.h"
 
 using palm_recognition::rcg_environment;
 using palm_feature::user_palm_feature;

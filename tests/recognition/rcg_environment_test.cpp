@@ -1,12 +1,12 @@
-#include "recognition/rcg_environment.h"
+#include "palm/recognition/rcg_environment.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-#include "recognition/match_distance_login.h"
-#include "support/synthetic_records.h"
+#include "palm/recognition/match_distance_login.h"
+#include "sim/synthetic_records.h"
 
 using palm_recognition::MATCH_DISTANCE_LOGIN;
 using palm_recognition::rcg_environment;

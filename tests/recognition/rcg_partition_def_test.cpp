@@ -1,4 +1,4 @@
-#include "recognition/rcg_partition_def.h"
+#include "palm/recognition/rcg_partition_def.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "recognition/match_distance_login.h"
+#include "palm/recognition/match_distance_login.h"
 
 using palm_recognition::MATCH_DISTANCE_LOGIN;
 using palm_recognition::rcg_partition_def;

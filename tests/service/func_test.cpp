@@ -1,13 +1,13 @@
 // The exported C functions share one process-wide environment, so every test
 // uses its own partition ids and user names.
-#include "service/palm_service.h"
+#include "palm/service/palm_service.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
-#include "support/synthetic_records.h"
+#include "sim/synthetic_records.h"
 
 namespace {
 std::string text(int cells, unsigned seed) {

@@ -13,8 +13,8 @@
 #include <thread>
 #include <vector>
 
-#include "service/palm_service.h"
-#include "support/synthetic_records.h"
+#include "palm/service/palm_service.h"
+#include "sim/synthetic_records.h"
 
 namespace {
 

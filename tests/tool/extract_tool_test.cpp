@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "algorithm/feature_extract.h"
-#include "image/palm_image.h"
+#include "palm/extraction/feature_extract.h"
+#include "palm/image/palm_image.h"
 #include "support/shell.h"
-#include "support/synthetic_palm.h"
+#include "sim/synthetic_palm.h"
 #include "support/tool_runner.h"
 
 namespace {

@@ -5,11 +5,11 @@
 #include <random>
 #include <string>
 
-#include "algorithm/i_feature_match.h"
-#include "support/code_patterns.h"
-#include "support/random_codes.h"
+#include "palm/matching/i_feature_match.h"
+#include "sim/code_patterns.h"
+#include "sim/random_codes.h"
 #include "support/shell.h"
-#include "support/synthetic_records.h"
+#include "sim/synthetic_records.h"
 #include "support/tool_runner.h"
 
 using palm_algorithm::i_feature_match;

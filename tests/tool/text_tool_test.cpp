@@ -5,9 +5,9 @@
 #include <random>
 #include <string>
 
-#include "feature/crypt_feature.h"
+#include "palm/feature/crypt_feature.h"
 #include "support/shell.h"
-#include "support/synthetic_records.h"
+#include "sim/synthetic_records.h"
 #include "support/tool_runner.h"
 
 namespace {

@@ -1,11 +1,11 @@
-#include "workflow/feature_login.h"
+#include "palm/workflow/feature_login.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "algorithm/i_feature_match.h"
-#include "support/synthetic_records.h"
+#include "palm/matching/i_feature_match.h"
+#include "sim/synthetic_records.h"
 
 using palm_algorithm::get_feature_match_inst;
 using palm_algorithm::i_feature_match;

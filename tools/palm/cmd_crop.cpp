@@ -12,10 +12,10 @@
 #include <string>
 #include <vector>
 
-#include "algorithm/palm_crop.h"
+#include "palm/localisation/palm_crop.h"
 #include "command.h"
 #include "grey_image_io.h"
-#include "support/synthetic_camera.h"
+#include "sim/synthetic_camera.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_share::image_pair;

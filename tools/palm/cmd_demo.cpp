@@ -9,8 +9,8 @@
 
 #include "command.h"
 #include "demo_sections.h"
-#include "service/palm_service.h"
-#include "support/synthetic_records.h"
+#include "palm/service/palm_service.h"
+#include "sim/synthetic_records.h"
 
 namespace palm_tool {
 

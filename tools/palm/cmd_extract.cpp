@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "algorithm/i_feature_extractor.h"
+#include "palm/extraction/i_feature_extractor.h"
 #include "command.h"
-#include "feature/single_feature.h"
+#include "palm/feature/single_feature.h"
 #include "file_util.h"
 #include "grey_image_io.h"
 

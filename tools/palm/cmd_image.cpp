@@ -7,7 +7,7 @@
 
 #include "command.h"
 #include "grey_image_io.h"
-#include "image/palm_image.h"
+#include "palm/image/palm_image.h"
 
 namespace {
 

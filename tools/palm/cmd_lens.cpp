@@ -8,8 +8,8 @@
 #include <iostream>
 #include <string>
 
-#include "algorithm/lens_mapping.h"
-#include "algorithm/palm_crop.h"
+#include "palm/localisation/lens_mapping.h"
+#include "palm/localisation/palm_crop.h"
 #include "command.h"
 
 using palm_algorithm::CPalmCrop;

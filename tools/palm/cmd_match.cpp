@@ -10,12 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "algorithm/i_feature_match.h"
+#include "palm/matching/i_feature_match.h"
 #include "command.h"
-#include "feature/crypt_feature.h"
-#include "feature/single_feature.h"
-#include "feature/user_palm_feature.h"
-#include "service/palm_service.h"
+#include "palm/feature/crypt_feature.h"
+#include "palm/feature/single_feature.h"
+#include "palm/feature/user_palm_feature.h"
+#include "palm/service/palm_service.h"
 
 namespace {
 

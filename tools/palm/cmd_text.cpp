@@ -11,9 +11,9 @@
 #include <iostream>
 
 #include "command.h"
-#include "feature/basic_imemstream.h"
-#include "feature/crypt_feature.h"
-#include "feature/unpack_feature.h"
+#include "palm/feature/basic_imemstream.h"
+#include "palm/feature/crypt_feature.h"
+#include "palm/feature/unpack_feature.h"
 #include "file_util.h"
 
 using palm_feature::FEATURE_DATA_SIZE;

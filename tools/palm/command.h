@@ -1,7 +1,7 @@
 // The palm tool is a set of sub-commands. Each one lives in its own file and
 // registers itself here at start-up, so adding a command touches no other file.
-#ifndef PALM_TOOL_COMMAND_H_
-#define PALM_TOOL_COMMAND_H_
+#ifndef PALM_TOOLS_PALM_COMMAND_H_
+#define PALM_TOOLS_PALM_COMMAND_H_
 
 #include <string>
 #include <vector>
@@ -33,4 +33,4 @@ int fail(std::string const& message);
     static bool const PALM_TOOL_CONCAT(palm_command_registered_, __LINE__) = \
         ::palm_tool::register_command(name, usage, fn)
 
-#endif  // PALM_TOOL_COMMAND_H_
+#endif  // PALM_TOOLS_PALM_COMMAND_H_

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "algorithm/i_feature_extractor.h"
-#include "algorithm/palm_crop.h"
+#include "palm/extraction/i_feature_extractor.h"
+#include "palm/localisation/palm_crop.h"
 #include "demo_sections.h"
-#include "feature/crypt_feature.h"
-#include "service/palm_service.h"
-#include "support/synthetic_camera.h"
+#include "palm/feature/crypt_feature.h"
+#include "palm/service/palm_service.h"
+#include "sim/synthetic_camera.h"
 
 namespace palm_tool {
 

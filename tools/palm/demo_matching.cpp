@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "demo_sections.h"
-#include "service/palm_service.h"
-#include "support/synthetic_records.h"
+#include "palm/service/palm_service.h"
+#include "sim/synthetic_records.h"
 
 namespace palm_tool {
 

@@ -1,12 +1,12 @@
 // The parts of "palm demo", run in order on one shared state.
-#ifndef PALM_TOOL_DEMO_SECTIONS_H_
-#define PALM_TOOL_DEMO_SECTIONS_H_
+#ifndef PALM_TOOLS_PALM_DEMO_SECTIONS_H_
+#define PALM_TOOLS_PALM_DEMO_SECTIONS_H_
 
 #include <chrono>
 #include <string>
 #include <vector>
 
-#include "feature/user_palm_feature.h"
+#include "palm/feature/user_palm_feature.h"
 
 namespace palm_tool {
 
@@ -41,4 +41,4 @@ private:
 
 }  // namespace palm_tool
 
-#endif  // PALM_TOOL_DEMO_SECTIONS_H_
+#endif  // PALM_TOOLS_PALM_DEMO_SECTIONS_H_

@@ -1,6 +1,6 @@
 // Small file helpers shared by the tool's commands.
-#ifndef PALM_TOOL_FILE_UTIL_H_
-#define PALM_TOOL_FILE_UTIL_H_
+#ifndef PALM_TOOLS_PALM_FILE_UTIL_H_
+#define PALM_TOOLS_PALM_FILE_UTIL_H_
 
 #include <string>
 
@@ -13,4 +13,4 @@ bool write_whole_file(std::string const& path, std::string const& bytes);
 
 }  // namespace palm_tool
 
-#endif  // PALM_TOOL_FILE_UTIL_H_
+#endif  // PALM_TOOLS_PALM_FILE_UTIL_H_

@@ -1,11 +1,11 @@
 // Reading and writing 8-bit grey images for the tool: binary or plain PGM,
 // and PNG and BMP (converted to grey on reading). Other formats are refused.
-#ifndef PALM_TOOL_GREY_IMAGE_IO_H_
-#define PALM_TOOL_GREY_IMAGE_IO_H_
+#ifndef PALM_TOOLS_PALM_GREY_IMAGE_IO_H_
+#define PALM_TOOLS_PALM_GREY_IMAGE_IO_H_
 
 #include <string>
 
-#include "image/palm_image.h"
+#include "palm/image/palm_image.h"
 
 namespace palm_tool {
 
@@ -20,4 +20,4 @@ bool write_grey_image(std::string const& path, palm_share::CYImage const& image,
 
 }  // namespace palm_tool
 
-#endif  // PALM_TOOL_GREY_IMAGE_IO_H_
+#endif  // PALM_TOOLS_PALM_GREY_IMAGE_IO_H_
