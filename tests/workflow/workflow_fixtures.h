@@ -15,6 +15,7 @@
 #include "palm/image/frame_info.h"
 #include "palm/matching/i_feature_match.h"
 #include "palm/workflow/feature_enroll.h"
+#include "palm/workflow/feature_login.h"
 #include "sim/random_codes.h"
 #include "sim/synthetic_stream.h"
 
