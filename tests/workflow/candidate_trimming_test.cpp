@@ -30,6 +30,13 @@ void fill(feature_enroll_test_access& access, std::vector<test_cell> const& cell
     access.stage_frames().assign(cells.size(), palm_struct::frame_info());
 }
 
+std::vector<test_cell> random_cells(int n, std::mt19937& rng) {
+    std::vector<test_cell> cells;
+    for (int i = 0; i < n; ++i)
+        cells.push_back(palm_test::random_cell(rng));
+    return cells;
+}
+
 // A frame of a real crop, so that its tilted views can be cut.
 palm_struct::frame_info const& cropped_frame() {
     static palm_struct::frame_info const f = [] {
@@ -185,9 +192,7 @@ TEST(CandidateTrimming, SelectTakesTheFirstHighestScoreAndZeroesIt) {
     std::mt19937 rng(8);
     feature_enroll e(palm_workflow::ENROLL_FEATURE_5);
     feature_enroll_test_access access(e);
-    std::vector<test_cell> cells;
-    for (int i = 0; i < 33; ++i)
-        cells.push_back(palm_test::random_cell(rng));
+    std::vector<test_cell> const cells = random_cells(33, rng);
     fill(access, cells);
     double scores[33] = {};
     scores[2] = 3.0;
@@ -207,9 +212,7 @@ TEST(CandidateTrimming, AGroupOfExactlyFiveAllSelectedLeavesAllScoresZero) {
     std::mt19937 rng(9);
     feature_enroll e(palm_workflow::ENROLL_FEATURE_5);
     feature_enroll_test_access access(e);
-    std::vector<test_cell> cells;
-    for (int i = 0; i < 33; ++i)
-        cells.push_back(palm_test::random_cell(rng));
+    std::vector<test_cell> const cells = random_cells(33, rng);
     fill(access, cells);
     double scores[33] = {};
     scores[3] = 2.0;

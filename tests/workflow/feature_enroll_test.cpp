@@ -29,6 +29,14 @@ test_cell code_of(palm_struct::frame_info const& f) {
     return c;
 }
 
+// A reset enrolment whose running stage holds `f` as its one candidate.
+void start_chain(feature_enroll& e, palm_struct::frame_info const& f) {
+    e.reset();
+    feature_enroll_test_access access(e);
+    access.candidates().push_back(code_of(f));
+    access.candidate_frames().push_back(f);
+}
+
 }  // namespace
 
 TEST(FeatureEnroll, ConstantsAndAFreshObject) {
@@ -94,22 +102,16 @@ TEST(FeatureEnroll, AMisfitInARunOfThreeNeedsFourFramesBehindIt) {
 
 TEST(FeatureEnroll, AFrameEqualToTheLastCandidateIsAccepted) {
     feature_enroll e(palm_workflow::ENROLL_FEATURE_5);
-    e.reset();
-    feature_enroll_test_access access(e);
     palm_struct::frame_info const f = palm_test::held_frame(HAND_A, 0);
-    access.candidates().push_back(code_of(f));
-    access.candidate_frames().push_back(f);
+    start_chain(e, f);
     EXPECT_FALSE(offer(e, f));
     EXPECT_EQ(2, e.candidates_count());
 }
 
 TEST(FeatureEnroll, AnotherHandDoesNotContinueTheChain) {
     feature_enroll e(palm_workflow::ENROLL_FEATURE_5);
-    e.reset();
-    feature_enroll_test_access access(e);
     palm_struct::frame_info const f = palm_test::held_frame(HAND_A, 0);
-    access.candidates().push_back(code_of(f));
-    access.candidate_frames().push_back(f);
+    start_chain(e, f);
     EXPECT_FALSE(offer(e, palm_test::held_frame(HAND_B, 1)));
     EXPECT_EQ(1, e.candidates_count());
     EXPECT_FALSE(offer(e, palm_test::held_frame(HAND_A, 1)));  // the chain was not broken
