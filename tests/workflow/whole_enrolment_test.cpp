@@ -5,47 +5,18 @@
 #include "palm/feature/palm_feature_lib.h"
 #include "palm/workflow/feature_enroll.h"
 #include "palm/workflow/feature_login.h"
+#include "sim/stream_enrolment.h"
 #include "workflow_fixtures.h"
 
 using palm_workflow::feature_enroll;
 
-namespace {
-
-struct enrolment {
-    int stage = 0;
-    int frames = 0;
-    std::vector<int> changes;  // frame indices at which enrolling returned true
-    palm_feature::user_palm_feature features;
-    bool has_features = false;
-};
-
-enrolment enrol_stream(feature_enroll& e, palm_test::capture_stream const& s) {
-    enrolment out;
-    e.reset();
-    for (int i = 0; i < s.size(); ++i) {
-        palm_struct::frame_info const f = palm_test::to_frame(s.frame(i));
-        palm_algorithm::palm_position pos;
-        if (e.enrolling(f, pos))
-            out.changes.push_back(i);
-        out.frames = i + 1;
-        if (e.get_stage() == 3 || e.get_stage() == -1)
-            break;
-    }
-    out.stage = e.get_stage();
-    if (palm_feature::user_palm_feature* r = e.get_features()) {
-        out.features = *r;
-        out.has_features = true;
-    }
-    return out;
-}
-
-}  // namespace
+using palm_test::enrol_from_stream;
 
 TEST(WholeEnrolment, AStreamReachesStageThreeWithTwentyFiveFeatures) {
     palm_test::ensure_lens_tables();
     feature_enroll e(palm_workflow::ENROLL_FEATURE_25);
     palm_test::capture_stream const s(601, 1, 1, 60);
-    enrolment const r = enrol_stream(e, s);
+    palm_test::stream_enrolment const r = enrol_from_stream(e, s);
     ASSERT_EQ(3, r.stage);
     ASSERT_TRUE(r.has_features);
     EXPECT_EQ(25, r.features.size());
@@ -76,7 +47,7 @@ TEST(WholeEnrolment, AShortStreamReachesStageThreeWithFiveFeatures) {
     palm_test::ensure_lens_tables();
     feature_enroll e(palm_workflow::ENROLL_FEATURE_5);
     palm_test::capture_stream const s(603, 0, 2, 40);
-    enrolment const r = enrol_stream(e, s);
+    palm_test::stream_enrolment const r = enrol_from_stream(e, s);
     ASSERT_EQ(3, r.stage);
     ASSERT_TRUE(r.has_features);
     EXPECT_EQ(5, r.features.size());
