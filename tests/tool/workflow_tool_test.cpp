@@ -164,3 +164,25 @@ TEST(WorkflowTool, UnknownOptionsAndBadValuesAreRefused) {
     EXPECT_EQ(2, palm("precheck").status);
     EXPECT_EQ(2, palm("enrol only_one").status);
 }
+
+TEST(WorkflowTool, TheDeviceCommandsExplainThemselves) {
+    for (char const* name : {"precheck", "enrol", "login"}) {
+        auto const r = palm(std::string(name) + " --help");
+        EXPECT_EQ(0, r.status) << name;
+        EXPECT_NE(std::string::npos, r.out.find(std::string("Usage: palm ") + name)) << r.out;
+        EXPECT_NE(std::string::npos, r.out.find("Example:\n  palm " + std::string(name)))
+            << r.out;
+    }
+    auto const help = palm("help");
+    for (char const* name : {"precheck", "enrol", "login"})
+        EXPECT_NE(std::string::npos, help.out.find(std::string("  palm ") + name + " ")) << name;
+}
+
+TEST(WorkflowTool, TheDemoRunsFromCameraToServer) {
+    auto const r = palm("demo --users 20");
+    ASSERT_EQ(0, r.status) << r.out << r.err;
+    EXPECT_NE(std::string::npos, r.out.find("== device workflow, camera to server\n"));
+    EXPECT_NE(std::string::npos, r.out.find("enrolment: 4 of 4 people"));
+    EXPECT_NE(std::string::npos, r.out.find("6 of 6 stranger frames refused, "));
+    EXPECT_NE(std::string::npos, r.out.find("6 of 6 stranger frames refused\n"));
+}
