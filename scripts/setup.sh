@@ -13,6 +13,6 @@ apt-get install -y -q --no-install-recommends \
   libboost-thread-dev libboost-system-dev \
   default-jdk-headless \
   googletest libgtest-dev libbenchmark-dev \
-  libstb-dev \
-  coreutils python3 \
+  libstb-dev libcli11-dev \
+  coreutils python3 pkg-config dpkg-dev file \
   clang libclang-rt-14-dev valgrind
