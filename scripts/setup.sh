@@ -14,5 +14,6 @@ apt-get install -y -q --no-install-recommends \
   default-jdk-headless \
   googletest libgtest-dev libbenchmark-dev \
   libstb-dev libcli11-dev \
+  liblapacke-dev \
   coreutils python3 pkg-config dpkg-dev file \
   clang libclang-rt-14-dev valgrind
