@@ -19,6 +19,8 @@ const int kWindowPixels = CMOS_WINDOW_SIDE * CMOS_WINDOW_SIDE;
 
 static_assert(2 * cmos_judge::WindowsWidth + 1 == CMOS_WINDOW_SIDE, "window side");
 
+cmos_judge::cmos_judge() : cmos_judge(best_window_path()) {}
+
 cmos_judge::cmos_judge(window_path path) : status(), pass(get_window_pass(path)) {}
 
 void cmos_judge::init(unsigned short li, unsigned short ir) {

@@ -31,8 +31,10 @@ class PALM_EXPORT cmos_judge : public i_cmos_judge {
     };
 
     // Fills nothing: init comes before the first judgement. The window is
-    // walked on `path` (a path this processor lacks falls back to plain).
-    explicit cmos_judge(window_path path = best_window_path());
+    // walked on the fastest path this processor has.
+    cmos_judge();
+    // The same on `path` (a path this processor lacks falls back to plain).
+    explicit cmos_judge(window_path path);
 
     void init(unsigned short li, unsigned short ir) override;
     void Cmos_Judge(const palm_share::palm_image& ir_image, const palm_share::palm_image& li_image,
