@@ -6,7 +6,7 @@
 #include <immintrin.h>
 
 #include "palm/capture/cmos_window.h"
-#include "palm/capture/cmos_window_reduce.h"
+#include "palm/capture/cmos_window_reduce_sse2.h"
 
 #define PALM_TARGET_AVX2 __attribute__((target("avx2")))
 

@@ -6,7 +6,7 @@
 #include <emmintrin.h>
 
 #include "palm/capture/cmos_window.h"
-#include "palm/capture/cmos_window_reduce.h"
+#include "palm/capture/cmos_window_reduce_sse2.h"
 
 namespace palm_algorithm {
 

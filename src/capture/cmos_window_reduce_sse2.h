@@ -2,8 +2,8 @@
 // the SSE2 and AVX2 passes: the two 64-bit sums of a sum of absolute
 // differences, and the largest of sixteen bytes. Plain SSE2, which every
 // x86-64 processor has.
-#ifndef PALM_CAPTURE_CMOS_WINDOW_REDUCE_H_
-#define PALM_CAPTURE_CMOS_WINDOW_REDUCE_H_
+#ifndef PALM_CAPTURE_CMOS_WINDOW_REDUCE_SSE2_H_
+#define PALM_CAPTURE_CMOS_WINDOW_REDUCE_SSE2_H_
 
 #include <emmintrin.h>
 
@@ -24,4 +24,4 @@ inline unsigned char window_max_of(__m128i m) {
 
 }  // namespace palm_algorithm
 
-#endif  // PALM_CAPTURE_CMOS_WINDOW_REDUCE_H_
+#endif  // PALM_CAPTURE_CMOS_WINDOW_REDUCE_SSE2_H_
