@@ -37,6 +37,21 @@ char const* const enroll_debug_log::FRAME_LIMIT =
     "\xb3\xac\xb9\xfd\xd7\xee\xb4\xf3\xca\xfd"
     ":";
 
+char const* enroll_debug_log::position_text(palm_algorithm::palm_position pos) {
+    switch (pos) {
+        case palm_algorithm::POS_RIGHT:
+            return PALM_TOO_RIGHT;
+        case palm_algorithm::POS_LEFT:
+            return PALM_TOO_LEFT;
+        case palm_algorithm::POS_UP:
+            return PALM_TOO_HIGH;
+        case palm_algorithm::POS_DOWN:
+            return PALM_TOO_LOW;
+        default:
+            return PALM_INVALID;
+    }
+}
+
 void enroll_debug_log::write_line(std::string const& line) {
     std::FILE* const file = std::fopen(FILE_NAME, "a+");
     // A file that can't be opened costs the line and nothing else.

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "palm/localisation/palm_position.h"
 #include "palm/palm_export.h"
 
 namespace palm_workflow {
@@ -27,6 +28,9 @@ struct PALM_EXPORT enroll_debug_log {
     static char const* const PALM_INVALID;     // "无效手掌:"
     static char const* const FRAME_LIMIT;      // "超过最大数:"
 
+    // The message of a palm position that is not POS_OK: right, left, up,
+    // down, and "invalid" for any other value.
+    static char const* position_text(palm_algorithm::palm_position pos);
     // Appends `line` and a newline to the file, opened for this line alone
     // so that an outside reader only ever sees whole lines.
     static void write_line(std::string const& line);

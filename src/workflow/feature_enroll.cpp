@@ -31,21 +31,6 @@ const float VEIN_LIMIT = feature_login::MATCH_DISTANCE_LOGIN_VEIN_ENROLL;
 const float CHAIN_BIAS = feature_login::MATCH_DISTANCE_LOGIN_BIAS_ENROLL;
 const float LINK_BIAS = feature_login::MATCH_DISTANCE_LOGIN_BIAS_LOOSE;
 
-char const* position_message(palm_position pos) {
-    switch (pos) {
-        case palm_algorithm::POS_RIGHT:
-            return enroll_debug_log::PALM_TOO_RIGHT;
-        case palm_algorithm::POS_LEFT:
-            return enroll_debug_log::PALM_TOO_LEFT;
-        case palm_algorithm::POS_UP:
-            return enroll_debug_log::PALM_TOO_HIGH;
-        case palm_algorithm::POS_DOWN:
-            return enroll_debug_log::PALM_TOO_LOW;
-        default:
-            return enroll_debug_log::PALM_INVALID;
-    }
-}
-
 }  // namespace
 
 feature_enroll::feature_enroll(enroll_feature_count c)
@@ -259,7 +244,7 @@ bool feature_enroll::push_candidate_siti_enroll(frame_info const& frame, palm_po
     }
     palm_position const where = palm_algorithm::get_crop_inst()->GetPalmPos(frame.crop);
     if (where != palm_algorithm::POS_OK) {
-        log += position_message(where);
+        log += enroll_debug_log::position_text(where);
         enroll_debug_log::write_line(log);
     } else if (admit(rois, frame)) {
         accepted = true;

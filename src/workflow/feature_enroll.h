@@ -32,6 +32,9 @@ class PALM_EXPORT feature_enroll : public i_feature_enroll {
     static const int SMALLEST_GROUP = 5;
     static constexpr float ENROLL_MAX_ANGLE = 30.0f;
 
+    // The neighbour test of the candidate graph.
+    static bool neighbours(float print_distance) { return print_distance < ENROLL_MAX_DISTANCE; }
+
     explicit feature_enroll(enroll_feature_count count);
     ~feature_enroll() override;
 

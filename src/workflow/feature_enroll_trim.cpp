@@ -69,7 +69,7 @@ int feature_enroll::trim_candidates_stage_last() {
                                             palm_algorithm::i_feature_match::DEGREE_ALL);
             distances[i][j] = d;
             distances[j][i] = d;
-            bool const near = d < static_cast<double>(ENROLL_MAX_DISTANCE);
+            bool const near = neighbours(static_cast<float>(d));
             graph[i][j] = near;
             graph[j][i] = near;
         }

@@ -121,26 +121,28 @@ bool feature_login::extract_regions(frame_info const& frame, std::vector<image_p
     return ok;
 }
 
-bool feature_login::feature_extract(frame_info const& frame, palm_cell<single_feature>& cell,
-                                    palm_position& pos) {
+bool feature_login::extract_both(frame_info const& frame, palm_cell<single_feature>& cell,
+                                 palm_position& pos, bool with_responses) {
     std::vector<image_pair> rois;
     if (!extract_regions(frame, rois, pos))
         return false;
     palm_algorithm::i_feature_extractor* const extractor = palm_algorithm::get_extractor_inst();
-    extractor->extract(rois[0].vl, cell.first);
+    if (with_responses)
+        extractor->extract_test(rois[0].vl, cell.first, vecResp);
+    else
+        extractor->extract(rois[0].vl, cell.first);
     extractor->extract(rois[0].nir, cell.second);
     return true;
 }
 
+bool feature_login::feature_extract(frame_info const& frame, palm_cell<single_feature>& cell,
+                                    palm_position& pos) {
+    return extract_both(frame, cell, pos, false);
+}
+
 bool feature_login::feature_extract_test(frame_info const& frame, palm_cell<single_feature>& cell,
                                          palm_position& pos) {
-    std::vector<image_pair> rois;
-    if (!extract_regions(frame, rois, pos))
-        return false;
-    palm_algorithm::i_feature_extractor* const extractor = palm_algorithm::get_extractor_inst();
-    extractor->extract_test(rois[0].vl, cell.first, vecResp);
-    extractor->extract(rois[0].nir, cell.second);
-    return true;
+    return extract_both(frame, cell, pos, true);
 }
 
 bool feature_login::feature_extract_match(frame_info const& frame, palm_cell<single_feature>& cell,

@@ -91,6 +91,11 @@ class PALM_EXPORT feature_login : public i_feature_login {
                          std::vector<palm_share::image_pair>& rois,
                          palm_algorithm::palm_position& pos);
 
+    // Both codes of the frame; the print through extract_test when asked.
+    bool extract_both(palm_struct::frame_info const& frame,
+                      palm_feature::palm_cell<palm_feature::single_feature>& cell,
+                      palm_algorithm::palm_position& pos, bool with_responses);
+
     palm_share::palm_image vein_roi;
     DETECT_INTENSITY intensity;
 };

@@ -31,11 +31,15 @@ double palm_incline_degrees(palm_struct::_crop_results const& res) {
     return std::atan(dy / (dx + 1e-6)) * RADIANS_TO_DEGREES;
 }
 
+bool incline_within(double incline, float max_angle) {
+    return incline <= static_cast<double>(max_angle);
+}
+
 bool i_feature_process::extract_palm_region(std::vector<image_pair>& rois, float max_angle,
                                             frame_info const& frame) {
     if (crop_frame(rois, frame) != 0)
         return false;
-    return palm_incline_degrees(frame.crop) <= static_cast<double>(max_angle);
+    return incline_within(palm_incline_degrees(frame.crop), max_angle);
 }
 
 bool i_feature_process::extract_palm_region_siti_enroll(std::vector<image_pair>& rois,
@@ -47,7 +51,7 @@ bool i_feature_process::extract_palm_region_siti_enroll(std::vector<image_pair>&
         return false;
     }
     double const incline = palm_incline_degrees(frame.crop);
-    if (incline > static_cast<double>(max_angle)) {
+    if (!incline_within(incline, max_angle)) {
         log += enroll_debug_log::ANGLE_TOO_LARGE;
         log += enroll_debug_log::fixed5(incline);
         enroll_debug_log::write_line(log);

@@ -40,6 +40,8 @@ class PALM_EXPORT i_feature_process {
 // Degrees between the line through nir_key[0] and nir_key[1] and the
 // horizontal, sign dropped: 0 to 90. A vertical pair divides by 1e-6, not 0.
 PALM_EXPORT double palm_incline_degrees(palm_struct::_crop_results const& res);
+// The incline test: an incline equal to max_angle passes.
+PALM_EXPORT bool incline_within(double incline, float max_angle);
 
 }  // namespace palm_workflow
 
