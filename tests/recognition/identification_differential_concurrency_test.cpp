@@ -10,7 +10,7 @@
 
 TEST(IdentificationDifferentialConcurrency, SearchOnWorkersEqualsItsTranscription) {
     palm_test::differential_coverage coverage;
-    palm_test::run_differential_cases(7000, 6, 400, coverage);
+    palm_test::run_differential_cases(7000, 4, 300, coverage);
     EXPECT_GT(coverage.searches, 40);
     EXPECT_GT(coverage.tied_slots, 20);
 }
@@ -20,7 +20,7 @@ TEST(IdentificationDifferentialConcurrency, SearchesOnSeveralThreadsAtOnceEachEq
     std::vector<std::thread> threads;
     for (unsigned t = 0; t < coverage.size(); ++t)
         threads.emplace_back([t, &coverage] {
-            palm_test::run_differential_cases(8000 + 100 * t, 2, 200, coverage[t]);
+            palm_test::run_differential_cases(8000 + 100 * t, 2, 120, coverage[t]);
         });
     for (auto& t : threads)
         t.join();
