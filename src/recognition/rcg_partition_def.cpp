@@ -358,11 +358,16 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
         sweep_slot const* const slot = slots[i];
         palm_feature::user_palm_feature const* t;
         unsigned char const* run = nullptr;
+        int cells = 0;
+        // The slot alone serves a template whose sampled prints lie in a
+        // run: the record itself is not touched.
         if (slot != nullptr && slot->name == users[i]) {
             t = slot->record;
             run = slot->sampled_prints;
+            cells = slot->cells;
         } else {
             t = job.lib->find_template(users[i]);
+            if (t != nullptr) cells = t->size();
         }
         if (t == nullptr) {
             // The slot keeps its initial (0.0, 0).
@@ -373,7 +378,6 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
             }
             continue;
         }
-        int const cells = t->size();
         int const stride = job.parallel_rule ? rcg_partition_def::parallel_stride(cells)
                                              : rcg_partition_def::normal_stride(cells);
         if (stride != 5)
