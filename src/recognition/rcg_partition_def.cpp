@@ -328,9 +328,14 @@ inline void offer(sweep_result& out, unsigned keep, coarse_result const& r) {
     }
 }
 
-inline void prefetch_run(unsigned char const* run, int codes) {
-    for (int line = 0; line < codes * 6; ++line)
-        __builtin_prefetch(run + 64 * line);
+// The start of a run. Runs of users pushed one after another lie one after
+// another, and the processor's own prefetcher follows such a stream better
+// than a prefetch of every line (measured: that costs a tenth more); where a
+// partition jumps to another part of the store, the first lines set it on
+// the new run.
+inline void prefetch_run(unsigned char const* run) {
+    __builtin_prefetch(run);
+    __builtin_prefetch(run + 64);
 }
 
 // The coarse stage for users [begin, end): each user's best print distance
@@ -340,19 +345,19 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
     std::vector<sweep_slot const*> const& slots = *job.slots;
     palm_algorithm::match_probe const& probe = *job.probe;
     // Slots lie wherever names were made: the slot a few users ahead is
-    // fetched early, and the codes of the user after next once its slot is
-    // at hand.
+    // fetched early, and the run of the user after next once its slot is at
+    // hand.
     const unsigned SLOT_AHEAD = 6, CODES_AHEAD = 2;
     for (unsigned i = begin; i < end && i < begin + CODES_AHEAD; ++i)
         if (slots[i] != nullptr && slots[i]->sampled_prints != nullptr)
-            prefetch_run(slots[i]->sampled_prints, slots[i]->sampled);
+            prefetch_run(slots[i]->sampled_prints);
     for (unsigned i = begin; i < end; ++i) {
         if (i + SLOT_AHEAD < end && slots[i + SLOT_AHEAD] != nullptr)
             __builtin_prefetch(slots[i + SLOT_AHEAD]);
         if (i + CODES_AHEAD < end) {
             sweep_slot const* ahead = slots[i + CODES_AHEAD];
             if (ahead != nullptr && ahead->sampled_prints != nullptr)
-                prefetch_run(ahead->sampled_prints, ahead->sampled);
+                prefetch_run(ahead->sampled_prints);
         }
 
         sweep_slot const* const slot = slots[i];
