@@ -1,9 +1,9 @@
 // Prepared-probe counts with 512-bit registers: the other code stays in six
 // registers (rows 16k .. 16k+15 of each plane) for all 25 translations, and
 // one ternary logic operation forms (moved ^ other) & partner. The 25 vectors
-// of per-lane counts are summed by a transposing reduction instead of one
-// horizontal sum each. Compiled for these instructions alone; callers check
-// the processor first.
+// of per-lane counts are packed two to a vector and summed by one
+// transposing reduction instead of one horizontal sum each. Compiled for these instructions alone;
+// callers check the processor first.
 
 // GCC 12's AVX-512 header reads a deliberately undefined vector in several
 // of its inline functions and warns about itself once they are inlined.
@@ -75,17 +75,21 @@ PALM_TARGET_AVX512 inline void counts_of(
     __m512i b[6];
     for (int k = 0; k < 6; ++k)
         b[k] = load(other + 64 * k);
+    // A lane of one translation's vector holds at most 6 x 32 bits, and a
+    // translation's whole count at most 3,072: two translations share each
+    // vector, the later one in the high halves of the lanes, and one
+    // reduction serves both without a carry between them.
     __m512i v[16];
 #pragma GCC unroll 16
     for (int t = 0; t < 16; ++t)
         v[t] = count_one(moved[t], partner[t], b);
-    low = sum_lanes(v);
 #pragma GCC unroll 9
     for (int t = 16; t < MATCH_TRANSLATIONS; ++t)
-        v[t - 16] = count_one(moved[t], partner[t], b);
-    for (int t = MATCH_TRANSLATIONS - 16; t < 16; ++t)
-        v[t] = _mm512_setzero_si512();
-    high = sum_lanes(v);
+        v[t - 16] =
+            _mm512_add_epi32(v[t - 16], _mm512_slli_epi32(count_one(moved[t], partner[t], b), 16));
+    const __m512i both = sum_lanes(v);
+    low = _mm512_and_si512(both, _mm512_set1_epi32(0xffff));
+    high = _mm512_srli_epi32(both, 16);
 }
 
 // The distance of DEGREE_ALL from the counts, as match_all_distance gives it.
