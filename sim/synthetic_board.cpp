@@ -18,7 +18,18 @@ namespace palm_test {
 const double BOARD_ACROSS[8] = {-0.63, -0.45, -0.27, -0.09, 0.09, 0.27, 0.45, 0.63};
 const double BOARD_DOWN[8] = {-0.9, -0.64, -0.38, -0.12, 0.12, 0.38, 0.64, 0.9};
 
+board_layout standard_board() {
+    board_layout b;
+    std::copy(BOARD_ACROSS, BOARD_ACROSS + 8, b.across);
+    std::copy(BOARD_DOWN, BOARD_DOWN + 8, b.down);
+    return b;
+}
+
 namespace {
+
+// Wavelength of the bent edges, normalised units.
+const double kWaveStep = 0.3;
+const double kTwoPi = 6.283185307179586;
 
 const int kWidth = 640;
 const int kHeight = 480;
@@ -64,6 +75,7 @@ _point<double> raw_to_normalised(const cp_single& cp, double x, double y) {
 // One camera's frame: where each raw pixel lies on the board.
 std::vector<float> shade(const calib_data& c, bool nir, const board_options& o) {
     const cp_single& cp = nir ? c.nir : c.vl;
+    const board_layout& board = nir ? o.nir_board : o.vl_board;
     // Board (normalised NIR) position of each raw pixel centre, with a
     // one-pixel margin for the footprints.
     int const W = kWidth + 2, H = kHeight + 2;
@@ -85,8 +97,10 @@ std::vector<float> shade(const calib_data& c, bool nir, const board_options& o) 
             // The pixel's footprint on the board, as a box along its axes.
             double const wa = std::fabs(r.x - l.x) * 0.5 + std::fabs(d.x - u.x) * 0.5;
             double const wb = std::fabs(r.y - l.y) * 0.5 + std::fabs(d.y - u.y) * 0.5;
-            double const alpha = odd_share(BOARD_DOWN, p.x - wa / 2, p.x + wa / 2);
-            double const beta = odd_share(BOARD_ACROSS, p.y - wb / 2, p.y + wb / 2);
+            double const ax = p.x - board.wave * std::sin(kTwoPi * p.y / kWaveStep);
+            double const by = p.y - board.wave * std::sin(kTwoPi * p.x / kWaveStep);
+            double const alpha = odd_share(board.down, ax - wa / 2, ax + wa / 2);
+            double const beta = odd_share(board.across, by - wb / 2, by + wb / 2);
             double const bright = alpha * (1 - beta) + beta * (1 - alpha);
             img[std::size_t(y) * kWidth + x] = float(o.dark + (o.bright - o.dark) * bright);
         }

@@ -17,6 +17,18 @@
 
 namespace palm_test {
 
+// Where the edges of a board lie, in normalised NIR coordinates, ascending;
+// wave bends every edge by that amplitude (normalised units) along a sine
+// of the other coordinate, which no lens makes of a straight line.
+struct board_layout {
+    double across[8];  // normalised y of the across edges
+    double down[8];    // normalised x of the down edges
+    double wave = 0;
+};
+
+// The board of the device maker: uniform steps, straight edges.
+board_layout standard_board();
+
 struct board_options {
     double blur = 0;         // Gaussian sigma, raw pixels; 0 for none
     double light = 0;        // uneven light: brightness falls by this share toward the corners
@@ -24,6 +36,10 @@ struct board_options {
     std::uint32_t seed = 1;  // of the noise
     int dark = 40;           // grey levels of the two kinds of cell
     int bright = 210;
+    // What each camera sees; the VL camera sees the same board unless a
+    // test gives it another (one no homography can map the NIR board to).
+    board_layout nir_board = standard_board();
+    board_layout vl_board = standard_board();
 };
 
 struct board_frames {
