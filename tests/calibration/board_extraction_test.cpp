@@ -5,18 +5,16 @@
 #include <cmath>
 #include <vector>
 
+#include "calib_test_helpers.h"
 #include "sim/synthetic_board.h"
 
 using namespace palm_calib;
 using palm_share::palm_image;
 
-namespace {
+using calib_test::Column;
+using calib_test::Image;
 
-palm_image Image(int w, int h, unsigned char v = 0) {
-    palm_image img(w, h);
-    img.SetData(v);
-    return img;
-}
+namespace {
 
 void HLine(palm_image& img, int y, int x0, int x1, unsigned char v = 255) {
     for (int x = x0; x <= x1; ++x)

@@ -40,6 +40,16 @@ const palm_test::board_frames& Board() {
     return f;
 }
 
+// The code of a calibration on the board so rendered, which leaves the
+// record untouched.
+void ExpectCode(int code, const palm_test::board_options& o) {
+    palm_test::board_frames const f = palm_test::render_board(nullptr, o);
+    single_frame_calib_calc calc;
+    calib_data d = Marked();
+    EXPECT_EQ(code, calc.calib_calc(f.nir, f.vl, d));
+    ExpectUntouched(d);
+}
+
 }  // namespace
 
 TEST(CalibCalc, OneInstanceForTheProcess) {
@@ -112,21 +122,13 @@ TEST(CalibCalc, ImagesOfDifferentSizesAreNotRefused) {
 TEST(CalibCalc, BentCurvesInTheFirstImageAreThree) {
     palm_test::board_options o;
     o.nir_board.wave = 0.021;
-    palm_test::board_frames const f = palm_test::render_board(nullptr, o);
-    single_frame_calib_calc calc;
-    calib_data d = Marked();
-    EXPECT_EQ(3, calc.calib_calc(f.nir, f.vl, d));
-    ExpectUntouched(d);
+    ExpectCode(3, o);
 }
 
 TEST(CalibCalc, BentCurvesInTheSecondImageAreFour) {
     palm_test::board_options o;
     o.vl_board.wave = 0.021;
-    palm_test::board_frames const f = palm_test::render_board(nullptr, o);
-    single_frame_calib_calc calc;
-    calib_data d = Marked();
-    EXPECT_EQ(4, calc.calib_calc(f.nir, f.vl, d));
-    ExpectUntouched(d);
+    ExpectCode(4, o);
 }
 
 TEST(CalibCalc, BoardsNoHomographyJoinsAreFive) {
@@ -134,9 +136,5 @@ TEST(CalibCalc, BoardsNoHomographyJoinsAreFive) {
     palm_test::board_options o;
     double const down[8] = {-0.9, -0.78, -0.66, -0.54, 0.3, 0.5, 0.7, 0.9};
     std::copy(down, down + 8, o.vl_board.down);
-    palm_test::board_frames const f = palm_test::render_board(nullptr, o);
-    single_frame_calib_calc calc;
-    calib_data d = Marked();
-    EXPECT_EQ(5, calc.calib_calc(f.nir, f.vl, d));
-    ExpectUntouched(d);
+    ExpectCode(5, o);
 }

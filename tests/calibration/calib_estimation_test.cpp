@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "calib_test_helpers.h"
 #include "palm/calibration/board_extraction.h"
 #include "palm/calibration/single_frame_calib_calc.h"
 #include "palm/localisation/palm_crop.h"
@@ -15,20 +16,10 @@ using namespace palm_calib;
 using palm_share::palm_image;
 using palm_struct::calib_data;
 
+using calib_test::Column;
+using calib_test::Image;
+
 namespace {
-
-palm_image Image(int w, int h, unsigned char v = 0) {
-    palm_image img(w, h);
-    img.SetData(v);
-    return img;
-}
-
-matrix<double> Column(std::vector<double> v) {
-    matrix<double> m(unsigned(v.size()), 1);
-    for (std::size_t i = 0; i < v.size(); ++i)
-        m.data[i] = v[i];
-    return m;
-}
 
 matrix<double> Rows(const std::vector<_point<double>>& pts) {
     matrix<double> m(unsigned(pts.size()), 2);

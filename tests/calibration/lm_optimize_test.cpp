@@ -6,18 +6,16 @@
 #include <utility>
 #include <vector>
 
+#include "calib_test_helpers.h"
+
 using namespace palm_calib;
+
+using calib_test::Column;
+using calib_test::Image;
 
 namespace {
 
 const double kPi = 3.14159265358979323846;
-
-matrix<double> Column(std::vector<double> v) {
-    matrix<double> m(unsigned(v.size()), 1);
-    for (std::size_t i = 0; i < v.size(); ++i)
-        m.data[i] = v[i];
-    return m;
-}
 
 // Pixels on the circles of a pencil: for each R, `per_curve` points of the
 // circle through (x0, y0) +- a (cos t, -sin t), spread over an arc.
