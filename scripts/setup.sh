@@ -13,7 +13,7 @@ apt-get install -y -q --no-install-recommends \
   libboost-thread-dev libboost-system-dev \
   default-jdk-headless \
   googletest libgtest-dev libbenchmark-dev \
-  libstb-dev \
+  libstb-dev libcli11-dev \
   liblapacke-dev \
-  coreutils python3 \
+  coreutils python3 pkg-config dpkg-dev file \
   clang libclang-rt-14-dev valgrind

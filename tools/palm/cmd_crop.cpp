@@ -1,21 +1,15 @@
 // "palm crop VL NIR OUTDIR": locates the palm in one frame pair, writes the
 // two regions of interest (roi_vl.png, roi_nir.png) and prints the crop code
 // with everything it located.
-// "palm simulate --identity N [pose options] OUTDIR": renders a frame pair of
-// the synthetic camera (vl.png, nir.png) and prints where the webs lie.
-#include <sys/stat.h>
-
-#include <cerrno>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "palm/localisation/palm_crop.h"
 #include "command.h"
+#include "file_util.h"
 #include "grey_image_io.h"
-#include "sim/synthetic_camera.h"
+#include "palm/localisation/palm_crop.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_share::image_pair;
@@ -24,16 +18,6 @@ using palm_struct::_point;
 
 namespace {
 
-bool make_dir(std::string const& path) {
-    return mkdir(path.c_str(), 0755) == 0 || errno == EEXIST;
-}
-
-bool parse_double(std::string const& text, double& value) {
-    char* end = nullptr;
-    value = std::strtod(text.c_str(), &end);
-    return end != text.c_str() && *end == '\0';
-}
-
 void print_points(char const* name, _point<int> const* p, int n) {
     std::printf("%-17s", name);
     for (int i = 0; i < n; ++i)
@@ -41,17 +25,19 @@ void print_points(char const* name, _point<int> const* p, int n) {
     std::printf("\n");
 }
 
-int run_crop(std::vector<std::string> const& args) {
-    if (args.size() != 4)
-        return palm_tool::fail("usage: palm crop VL NIR OUTDIR");
+struct crop_options {
+    std::string vl, nir, outdir;
+};
+
+int run_crop(crop_options const& opt) {
     image_pair in;
     std::string error;
-    if (!palm_tool::read_grey_image(args[1], in.vl, error))
+    if (!palm_tool::read_grey_image(opt.vl, in.vl, error))
         return palm_tool::fail(error);
-    if (!palm_tool::read_grey_image(args[2], in.nir, error))
+    if (!palm_tool::read_grey_image(opt.nir, in.nir, error))
         return palm_tool::fail(error);
-    if (!make_dir(args[3]))
-        return palm_tool::fail("cannot create '" + args[3] + "'");
+    if (!palm_tool::make_dir(opt.outdir))
+        return palm_tool::fail("cannot create '" + opt.outdir + "'");
     CPalmCrop::GenerateMappingTable();
     std::vector<image_pair> out;
     _crop_results res;
@@ -73,7 +59,7 @@ int run_crop(std::vector<std::string> const& args) {
                 static_cast<int>(palm_algorithm::get_crop_inst()->GetPalmPos(res)));
     if (code != 0)
         return 1;
-    std::string const dir = args[3] + "/";
+    std::string const dir = opt.outdir + "/";
     if (!palm_tool::write_grey_image(dir + "roi_vl.png", out[0].vl, error) ||
         !palm_tool::write_grey_image(dir + "roi_nir.png", out[0].nir, error))
         return palm_tool::fail(error);
@@ -81,78 +67,16 @@ int run_crop(std::vector<std::string> const& args) {
     return 0;
 }
 
-int run_simulate(std::vector<std::string> const& args) {
-    std::string const usage =
-        "usage: palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR";
-    palm_test::camera_pose pose;
-    double identity = -1, v = 0;
-    std::string outdir;
-    for (std::size_t i = 1; i < args.size(); ++i) {
-        std::string const& a = args[i];
-        auto one = [&](double& target) {
-            if (i + 1 >= args.size() || !parse_double(args[i + 1], target))
-                return false;
-            ++i;
-            return true;
-        };
-        auto two = [&](double& x, double& y) {
-            if (i + 2 >= args.size() || !parse_double(args[i + 1], x) ||
-                !parse_double(args[i + 2], y))
-                return false;
-            i += 2;
-            return true;
-        };
-        bool ok = true;
-        if (a == "--identity") {
-            ok = one(identity) && identity >= 0 && identity <= 4294967295.0;
-        } else if (a == "--offset") {
-            ok = two(pose.offset_x, pose.offset_y);
-        } else if (a == "--rotation") {
-            ok = one(pose.rotation);
-        } else if (a == "--scale") {
-            ok = one(pose.scale) && pose.scale > 0.2 && pose.scale < 5;
-        } else if (a == "--tilt") {
-            ok = two(pose.tilt_x, pose.tilt_y) && std::abs(pose.tilt_x) < 60 &&
-                 std::abs(pose.tilt_y) < 60;
-        } else if (a == "--noise") {
-            ok = one(pose.noise) && pose.noise >= 0;
-        } else if (a == "--noise-seed") {
-            ok = one(v) && v >= 0 && v <= 4294967295.0;
-            pose.noise_seed = static_cast<std::uint32_t>(v);
-        } else if (outdir.empty() && !a.empty() && a[0] != '-') {
-            outdir = a;
-        } else {
-            ok = false;
-        }
-        if (!ok)
-            return palm_tool::fail(usage);
-    }
-    if (identity < 0 || outdir.empty())
-        return palm_tool::fail(usage);
-    if (!make_dir(outdir))
-        return palm_tool::fail("cannot create '" + outdir + "'");
-    palm_test::camera_frame const f =
-        palm_test::render_frame_pair(static_cast<std::uint32_t>(identity), pose);
-    std::string error;
-    std::string const dir = outdir + "/";
-    if (!palm_tool::write_grey_image(dir + "vl.png", f.frames.vl, error) ||
-        !palm_tool::write_grey_image(dir + "nir.png", f.frames.nir, error))
-        return palm_tool::fail(error);
-    std::printf("wrote %svl.png and %snir.png\n", dir.c_str(), dir.c_str());
-    std::printf("webs (raw NIR)    (%.1f, %.1f) (%.1f, %.1f)\n", f.nir_key[0].x, f.nir_key[0].y,
-                f.nir_key[1].x, f.nir_key[1].y);
-    return 0;
+palm_tool::runner setup_crop(CLI::App& app) {
+    auto opt = std::make_shared<crop_options>();
+    app.add_option("VL", opt->vl, "visible-light frame, 640x480")->required();
+    app.add_option("NIR", opt->nir, "near-infrared frame, 640x480")->required();
+    app.add_option("OUTDIR", opt->outdir, "folder for roi_vl.png and roi_nir.png")->required();
+    return [opt] { return run_crop(*opt); };
 }
 
 }  // namespace
 
-PALM_COMMAND("crop",
-             "  crop VL NIR OUTDIR              locates the palm in a frame pair, writes both\n"
-             "                                 regions and prints what was found",
-             run_crop);
-PALM_COMMAND("simulate",
-             "  simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] [--tilt X Y]\n"
-             "           [--noise SIGMA] [--noise-seed N] OUTDIR\n"
-             "                                 renders a synthetic frame pair (vl.png, nir.png)",
-             run_simulate);
+PALM_COMMAND("crop", "palm crop VL NIR OUTDIR",
+             "locate the palm in a frame pair, write both regions and print what was found",
+             "palm crop frames/vl.png frames/nir.png rois", setup_crop);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -81,28 +82,19 @@ int demo_server_store(demo_state& state) {
 
 namespace {
 
-int run_demo(std::vector<std::string> const& args) {
-    demo_state state;
-    for (std::size_t i = 1; i + 1 < args.size(); i += 2) {
-        if (args[i] == "--users")
-            state.users = std::stoi(args[i + 1]);
-        else if (args[i] == "--cells")
-            state.cells = std::stoi(args[i + 1]);
-        else if (args[i] == "--seed")
-            state.seed = static_cast<unsigned>(std::stoul(args[i + 1]));
-        else
-            return fail("unknown demo option '" + args[i] + "'");
-    }
+int run_demo(demo_state state) {
     if (state.users < 2 || state.cells < 1 || state.cells > 133)
         return fail("demo needs --users of at least 2 and --cells from 1 to 133");
 
     demo_clock total;
     int failures = 0;
-    for (auto const& section : demo_sections()) failures += section(state);
+    for (auto const& section : demo_sections())
+        failures += section(state);
     delete_partition(state.serial_id);
     delete_partition(state.parallel_id);
     clear_templates();
-    std::printf("demo finished in %.1f ms: %s\n", total.ms(), failures == 0 ? "all good" : "FAILED");
+    std::printf("demo finished in %.1f ms: %s\n", total.ms(),
+                failures == 0 ? "all good" : "FAILED");
     return failures == 0 ? 0 : 1;
 }
 
@@ -115,7 +107,17 @@ std::vector<demo_section> const& demo_sections() {
 
 }  // namespace palm_tool
 
-PALM_COMMAND("demo",
-             "  demo [--users N] [--cells N] [--seed N]\n"
-             "                                 end-to-end session on synthetic data",
-             palm_tool::run_demo);
+namespace {
+
+palm_tool::runner setup_demo(CLI::App& app) {
+    auto state = std::make_shared<palm_tool::demo_state>();
+    app.add_option("--users", state->users, "users on the server (3000)");
+    app.add_option("--cells", state->cells, "cells of each template, 1 to 133 (25)");
+    app.add_option("--seed", state->seed, "seed of the synthetic data (2026)");
+    return [state] { return palm_tool::run_demo(*state); };
+}
+
+}  // namespace
+
+PALM_COMMAND("demo", "palm demo [--users N] [--cells N] [--seed N]",
+             "end-to-end session on synthetic data", "palm demo --users 1000", setup_demo);

@@ -2,27 +2,26 @@
 // palm code, written to a file or printed as hex.
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "palm/extraction/i_feature_extractor.h"
 #include "command.h"
-#include "palm/feature/single_feature.h"
 #include "file_util.h"
 #include "grey_image_io.h"
+#include "palm/extraction/i_feature_extractor.h"
+#include "palm/feature/single_feature.h"
 
 namespace {
 
-int run_extract(std::vector<std::string> const& args) {
+struct extract_options {
     bool hex = false;
     std::vector<std::string> files;
-    for (size_t i = 1; i < args.size(); ++i) {
-        if (args[i] == "--hex") {
-            hex = true;
-        } else {
-            files.push_back(args[i]);
-        }
-    }
+};
+
+int run_extract(extract_options const& opt) {
+    std::vector<std::string> const& files = opt.files;
+    bool const hex = opt.hex;
     if (files.size() != (hex ? 1u : 2u)) {
         return palm_tool::fail("usage: palm extract ROI OUT | palm extract --hex ROI");
     }
@@ -57,10 +56,16 @@ int run_extract(std::vector<std::string> const& args) {
     return 0;
 }
 
+palm_tool::runner setup_extract(CLI::App& app) {
+    auto opt = std::make_shared<extract_options>();
+    app.add_flag("--hex", opt->hex, "print the code as 768 hex digits instead of writing OUT");
+    app.add_option("FILES", opt->files, "ROI OUT: the region (PGM, PNG or BMP) and the code file")
+        ->required();
+    return [opt] { return run_extract(*opt); };
+}
+
 }  // namespace
 
-PALM_COMMAND("extract",
-             "  extract ROI OUT                code a 110x110 region (PGM, PNG, BMP) into a\n"
-             "                                 384-byte palm code\n"
-             "  extract --hex ROI              print the code as 768 hex digits",
-             run_extract);
+PALM_COMMAND("extract", "palm extract ROI OUT | palm extract --hex ROI",
+             "code a 110x110 region (PGM, PNG, BMP) into a 384-byte palm code",
+             "palm extract roi_nir.png vein.bin", setup_extract);

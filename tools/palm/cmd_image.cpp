@@ -2,6 +2,7 @@
 // the result (PGM, or PNG/BMP by extension), so that each step of the hand
 // segmentation can be looked at.
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,13 +25,15 @@ palm_image draw_trace(palm_image const& in, size_t& samples) {
     return out;
 }
 
-int run_image(std::vector<std::string> const& args) {
-    if (args.size() != 4)
-        return palm_tool::fail("usage: palm image OP IN OUT (palm help)");
-    std::string const& op = args[1];
+struct image_options {
+    std::string op, in, out;
+};
+
+int run_image(image_options const& opt) {
+    std::string const& op = opt.op;
     palm_image img;
     std::string error;
-    if (!palm_tool::read_grey_image(args[2], img, error))
+    if (!palm_tool::read_grey_image(opt.in, img, error))
         return palm_tool::fail(error);
 
     palm_image out;
@@ -80,16 +83,25 @@ int run_image(std::vector<std::string> const& args) {
     }
     if (!out.IsValid())
         return palm_tool::fail("the operator left no image");
-    if (!palm_tool::write_grey_image(args[3], out, error))
+    if (!palm_tool::write_grey_image(opt.out, out, error))
         return palm_tool::fail(error);
     return 0;
 }
 
+palm_tool::runner setup_image(CLI::App& app) {
+    auto opt = std::make_shared<image_options>();
+    app.add_option("OP", opt->op,
+                   "threshold susan close31 open33 close33 contour4 contour8 filterdot largest "
+                   "central downsample trace copy")
+        ->required();
+    app.add_option("IN", opt->in, "grey image (PGM, PNG or BMP)")->required();
+    app.add_option("OUT", opt->out, "result: PGM, or PNG/BMP by extension")->required();
+    return [opt] { return run_image(*opt); };
+}
+
 }  // namespace
 
-PALM_COMMAND("image",
-             "  image OP IN OUT                run one image operator and write the result;\n"
-             "                                 OP: threshold susan close31 open33 close33\n"
-             "                                 contour4 contour8 filterdot largest central\n"
-             "                                 downsample trace copy",
-             run_image);
+PALM_COMMAND("image", "palm image OP IN OUT",
+             "run one image operator (threshold susan close31 open33 close33 contour4 contour8 "
+             "filterdot largest central downsample trace copy) and write the result",
+             "palm image threshold nir.png mask.png", setup_image);

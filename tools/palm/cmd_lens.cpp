@@ -3,61 +3,47 @@
 //   palm lens map X Y --camera nir|vl --forward|--backward
 //                                       maps one point (absolute pixels)
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <memory>
 #include <string>
 
+#include "command.h"
 #include "palm/localisation/lens_mapping.h"
 #include "palm/localisation/palm_crop.h"
-#include "command.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_struct::_point;
 
 namespace {
 
-bool parse_number(std::string const& text, double& value) {
-    char* end = nullptr;
-    value = std::strtod(text.c_str(), &end);
-    return end != text.c_str() && *end == '\0';
-}
+struct lens_options {
+    std::string out;               // table OUT
+    std::string tag = "PALMLENS";  // table --tag
+    double x = 0, y = 0;           // map X Y
+    std::string camera;            // map --camera
+    bool forward = false, backward = false;
+};
 
-int lens_table(std::vector<std::string> const& args) {
-    if (args.size() != 3 && !(args.size() == 5 && args[3] == "--tag"))
-        return palm_tool::fail("usage: palm lens table OUT [--tag TEXT]");
-    std::string const tag_text = args.size() == 5 ? args[4] : "PALMLENS";
-    if (tag_text.size() > 8) return palm_tool::fail("the tag is at most 8 bytes");
+int lens_table(lens_options const& opt) {
+    std::string const& tag_text = opt.tag;
+    if (tag_text.size() > 8)
+        return palm_tool::fail("the tag is at most 8 bytes");
     unsigned char tag[8] = {0};
     std::memcpy(tag, tag_text.data(), tag_text.size());
     CPalmCrop::GenerateMappingTable();
-    if (!palm_algorithm::store_calib_mapping_file(args[2], tag))
-        return palm_tool::fail("cannot write '" + args[2] + "'");
-    std::cout << "wrote " << args[2] << " (2457608 bytes, tag '" << tag_text << "')\n";
+    if (!palm_algorithm::store_calib_mapping_file(opt.out, tag))
+        return palm_tool::fail("cannot write '" + opt.out + "'");
+    std::cout << "wrote " << opt.out << " (2457608 bytes, tag '" << tag_text << "')\n";
     return 0;
 }
 
-int lens_map(std::vector<std::string> const& args) {
-    std::string const usage = "usage: palm lens map X Y --camera nir|vl --forward|--backward";
-    if (args.size() != 7) return palm_tool::fail(usage);
-    double x = 0, y = 0;
-    if (!parse_number(args[2], x) || !parse_number(args[3], y))
-        return palm_tool::fail("X and Y must be numbers");
-    bool nir = true, forward = true, camera_seen = false, direction_seen = false;
-    for (std::size_t i = 4; i < args.size(); ++i) {
-        if (args[i] == "--camera" && i + 1 < args.size()) {
-            nir = args[i + 1] == "nir";
-            if (!nir && args[i + 1] != "vl") return palm_tool::fail("camera is nir or vl");
-            camera_seen = true;
-            ++i;
-        } else if (args[i] == "--forward" || args[i] == "--backward") {
-            forward = args[i] == "--forward";
-            direction_seen = true;
-        } else {
-            return palm_tool::fail(usage);
-        }
-    }
-    if (!camera_seen || !direction_seen) return palm_tool::fail(usage);
+int lens_map(lens_options const& opt) {
+    if (opt.forward == opt.backward)
+        return palm_tool::fail("usage: palm lens map X Y --camera nir|vl --forward|--backward");
+    bool const nir = opt.camera == "nir";
+    bool const forward = opt.forward;
+    double const x = opt.x, y = opt.y;
     palm_struct::cp_single const& cp = nir ? CPalmCrop::_calibPara.nir : CPalmCrop::_calibPara.vl;
     _point<double> const in{x - cp.center_x, y - cp.center_y};
     _point<double> out{0, 0};
@@ -69,17 +55,29 @@ int lens_map(std::vector<std::string> const& args) {
     return 0;
 }
 
-int run_lens(std::vector<std::string> const& args) {
-    if (args.size() >= 2 && args[1] == "table") return lens_table(args);
-    if (args.size() >= 2 && args[1] == "map") return lens_map(args);
-    return palm_tool::fail("usage: palm lens table OUT [--tag TEXT] | palm lens map X Y --camera "
-                           "nir|vl --forward|--backward");
+palm_tool::runner setup_lens(CLI::App& app) {
+    auto opt = std::make_shared<lens_options>();
+    app.require_subcommand(1);
+    CLI::App* table =
+        app.add_subcommand("table", "write the calibration mapping file of the lens model");
+    table->add_option("OUT", opt->out, "mapping file to write (2457608 bytes)")->required();
+    table->add_option("--tag", opt->tag, "tag of at most 8 bytes at the head of the file");
+    CLI::App* map = app.add_subcommand("map", "map one point between the normal and the raw plane");
+    map->add_option("X", opt->x, "x in pixels")->required();
+    map->add_option("Y", opt->y, "y in pixels")->required();
+    map->add_option("--camera", opt->camera, "nir or vl")
+        ->required()
+        ->check(CLI::IsMember({"nir", "vl"}));
+    CLI::Option* fwd = map->add_flag("--forward", opt->forward, "normal plane to raw frame");
+    CLI::Option* bwd = map->add_flag("--backward", opt->backward, "raw frame to normal plane");
+    fwd->excludes(bwd);
+    return [opt, table] { return *table ? lens_table(*opt) : lens_map(*opt); };
 }
 
 }  // namespace
 
 PALM_COMMAND("lens",
-             "  lens table OUT [--tag TEXT]    calibration mapping file of the default calibration\n"
-             "  lens map X Y --camera nir|vl --forward|--backward\n"
-             "                                 map one point between normal and raw planes",
-             run_lens);
+             "palm lens table OUT [--tag TEXT] | palm lens map X Y --camera nir|vl "
+             "--forward|--backward",
+             "the lens model: its mapping file, or one point mapped through it",
+             "palm lens map 320 240 --camera vl --forward", setup_lens);

@@ -7,14 +7,15 @@
 #include <exception>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "palm/matching/i_feature_match.h"
 #include "command.h"
 #include "palm/feature/crypt_feature.h"
 #include "palm/feature/single_feature.h"
 #include "palm/feature/user_palm_feature.h"
+#include "palm/matching/i_feature_match.h"
 #include "palm/service/palm_service.h"
 
 namespace {
@@ -68,7 +69,8 @@ void print_distances(single_feature const& first, single_feature const& second) 
 // Size of a regular file, or -1.
 long long file_size(std::string const& path) {
     struct stat st;
-    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return -1;
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode))
+        return -1;
     return static_cast<long long>(st.st_size);
 }
 
@@ -87,8 +89,7 @@ int match_raw_files(std::string const& first_path, std::string const& second_pat
 // one-to-one comparison would take (A's cells outer, the smallest print
 // distance at degree all, the earlier pair on a tie), its distances at every
 // degree, and the server's decision under `policy`.
-int match_record_files(std::string const& first_path, std::string const& second_path,
-                       int policy) {
+int match_record_files(std::string const& first_path, std::string const& second_path, int policy) {
     palm_feature::user_palm_feature a, b;
     if (!a.load(first_path))
         return palm_tool::fail("'" + first_path + "' is neither a raw feature nor a record file");
@@ -126,36 +127,43 @@ int match_record_files(std::string const& first_path, std::string const& second_
     bool const policy_ok = set_match_policy(partition, policy);
     bool const accepted = policy_ok && match_1v1(partition, text_a.c_str(), "", text_b.c_str());
     delete_partition(partition);
-    if (!policy_ok) return palm_tool::fail("policy must be 0 to 5");
+    if (!policy_ok)
+        return palm_tool::fail("policy must be 0 to 5");
     std::printf("policy %d %s\n", policy, accepted ? "accept" : "reject");
     return 0;
 }
 
-int run_match(std::vector<std::string> const& args) {
+struct match_options {
     std::vector<std::string> files;
-    int policy = 1;
-    for (std::size_t i = 1; i < args.size(); ++i) {
-        if (args[i] == "--policy" && i + 1 < args.size()) {
-            char* end = nullptr;
-            long const v = std::strtol(args[i + 1].c_str(), &end, 10);
-            if (*end != '\0' || v < 0 || v > 5) return palm_tool::fail("policy must be 0 to 5");
-            policy = static_cast<int>(v);
-            ++i;
-        } else {
-            files.push_back(args[i]);
-        }
-    }
-    if (files.size() != 2) return palm_tool::fail("usage: palm match A B [--policy N]");
+    std::string policy = "1";
+};
+
+int run_match(match_options const& opt) {
+    std::vector<std::string> const& files = opt.files;
+    char* end = nullptr;
+    long const v = std::strtol(opt.policy.c_str(), &end, 10);
+    if (opt.policy.empty() || *end != '\0' || v < 0 || v > 5)
+        return palm_tool::fail("policy must be 0 to 5");
+    int const policy = static_cast<int>(v);
+    if (files.size() != 2)
+        return palm_tool::fail("usage: palm match A B [--policy N]");
     bool const records = file_size(files[0]) > palm_feature::FEATURE_DATA_SIZE &&
                          file_size(files[1]) > palm_feature::FEATURE_DATA_SIZE;
-    if (records) return match_record_files(files[0], files[1], policy);
+    if (records)
+        return match_record_files(files[0], files[1], policy);
     return match_raw_files(files[0], files[1]);
+}
+
+palm_tool::runner setup_match(CLI::App& app) {
+    auto opt = std::make_shared<match_options>();
+    app.add_option("FILES", opt->files, "A B: two raw 384-byte codes or two record files");
+    app.add_option("--policy", opt->policy, "match policy 0 to 5 of the server's decision (1)");
+    return [opt] { return run_match(*opt); };
 }
 
 }  // namespace
 
-PALM_COMMAND("match",
-             "  match A B [--policy N]         distance of two raw 384-byte palm codes at\n"
-             "                                 degrees light, heavy and all; for two record\n"
-             "                                 files also the best pair and the decision",
-             run_match);
+PALM_COMMAND("match", "palm match A B [--policy N]",
+             "distance of two raw 384-byte palm codes at degrees light, heavy and all; for two "
+             "record files also the best pair and the server's decision",
+             "palm match alice.rec probe.rec --policy 1", setup_match);

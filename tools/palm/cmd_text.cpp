@@ -9,27 +9,29 @@
 #include <cstdint>
 #include <cstring>
 #include <iostream>
+#include <memory>
 
 #include "command.h"
+#include "file_util.h"
 #include "palm/feature/basic_imemstream.h"
 #include "palm/feature/crypt_feature.h"
 #include "palm/feature/unpack_feature.h"
-#include "file_util.h"
 
 using palm_feature::FEATURE_DATA_SIZE;
 
 namespace {
 
-int encode(std::vector<std::string> const& args) {
-    std::string out_path;
-    std::vector<std::string> inputs;
-    for (std::size_t i = 2; i < args.size(); ++i) {
-        if (args[i] == "-o" && i + 1 < args.size())
-            out_path = args[++i];
-        else
-            inputs.push_back(args[i]);
-    }
-    if (inputs.empty()) return palm_tool::fail("text encode: no input files");
+struct text_options {
+    std::string out_path;             // encode -o
+    std::vector<std::string> inputs;  // encode FILE...
+    std::string text_file, out;       // decode TEXT_FILE OUT
+};
+
+int encode(text_options const& opt) {
+    std::string const& out_path = opt.out_path;
+    std::vector<std::string> const& inputs = opt.inputs;
+    if (inputs.empty())
+        return palm_tool::fail("text encode: no input files");
 
     palm_feature::user_palm_feature record;
     std::vector<std::string> pending_raw;
@@ -55,13 +57,15 @@ int encode(std::vector<std::string> const& args) {
         if (!part.read(in))
             return palm_tool::fail("'" + path +
                                    "' is neither a record file nor a 384-byte feature file");
-        for (auto const& cell : part.cells) record.add(cell);
+        for (auto const& cell : part.cells)
+            record.add(cell);
     }
     if (!pending_raw.empty())
         return palm_tool::fail("odd number of raw feature files: each print needs its vein");
 
     std::string text, digest;
-    if (!crypt_feature(record, text, digest)) return palm_tool::fail("nothing to encode");
+    if (!crypt_feature(record, text, digest))
+        return palm_tool::fail("nothing to encode");
     if (!out_path.empty()) {
         if (!palm_tool::write_whole_file(out_path, text))
             return palm_tool::fail("cannot write '" + out_path + "'");
@@ -73,35 +77,43 @@ int encode(std::vector<std::string> const& args) {
     return 0;
 }
 
-int decode(std::vector<std::string> const& args) {
-    if (args.size() != 4) return palm_tool::fail("usage: palm text decode TEXT_FILE OUT");
+int decode(text_options const& opt) {
     std::string text;
-    if (!palm_tool::read_whole_file(args[2], text))
-        return palm_tool::fail("cannot read '" + args[2] + "'");
+    if (!palm_tool::read_whole_file(opt.text_file, text))
+        return palm_tool::fail("cannot read '" + opt.text_file + "'");
     // Files usually end with a newline; the text itself never has white space.
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.pop_back();
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
+        text.pop_back();
     if (text.find('\0') != std::string::npos)
-        return palm_tool::fail("'" + args[2] + "' holds a zero byte: not a feature text");
+        return palm_tool::fail("'" + opt.text_file + "' holds a zero byte: not a feature text");
     palm_feature::user_palm_feature record;
     if (!palm_feature::unpack_feature(text.c_str(), record))
-        return palm_tool::fail("'" + args[2] + "' is not a valid feature text (" +
+        return palm_tool::fail("'" + opt.text_file + "' is not a valid feature text (" +
                                std::to_string(text.size()) +
                                " characters; a text of N cells has 1024*N+8, N from 1 to 133)");
-    if (!record.save(args[3])) return palm_tool::fail("cannot write '" + args[3] + "'");
+    if (!record.save(opt.out))
+        return palm_tool::fail("cannot write '" + opt.out + "'");
     std::cout << "cells " << record.size() << "\n";
     return 0;
 }
 
-int run_text(std::vector<std::string> const& args) {
-    if (args.size() >= 2 && args[1] == "encode") return encode(args);
-    if (args.size() >= 2 && args[1] == "decode") return decode(args);
-    return palm_tool::fail("usage: palm text encode [-o TEXT_FILE] FILE... | palm text decode TEXT_FILE OUT");
+palm_tool::runner setup_text(CLI::App& app) {
+    auto opt = std::make_shared<text_options>();
+    app.require_subcommand(1);
+    CLI::App* enc = app.add_subcommand("encode",
+                                       "record or paired 384-byte feature files to "
+                                       "feature text and its MD5 digest");
+    enc->add_option("-o", opt->out_path, "write the text to this file instead of printing it");
+    enc->add_option("FILE", opt->inputs, "record files, or raw feature files in print-vein pairs")
+        ->required();
+    CLI::App* dec = app.add_subcommand("decode", "a feature text back to a record file");
+    dec->add_option("TEXT_FILE", opt->text_file, "file holding one feature text")->required();
+    dec->add_option("OUT", opt->out, "record file to write")->required();
+    return [opt, enc] { return *enc ? encode(*opt) : decode(*opt); };
 }
 
 }  // namespace
 
-PALM_COMMAND("text",
-             "  text encode [-o TEXT] FILE...  record or paired 384-byte feature files to feature "
-             "text + MD5\n"
-             "  text decode TEXT_FILE OUT      feature text to a record file",
-             run_text);
+PALM_COMMAND("text", "palm text encode [-o TEXT_FILE] FILE... | palm text decode TEXT_FILE OUT",
+             "between record files and feature text (with its MD5 digest)",
+             "palm text encode -o alice.txt alice.rec", setup_text);

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "palm/extraction/i_feature_extractor.h"
-#include "palm/localisation/palm_crop.h"
 #include "demo_sections.h"
+#include "palm/extraction/i_feature_extractor.h"
 #include "palm/feature/crypt_feature.h"
+#include "palm/localisation/palm_crop.h"
 #include "palm/service/palm_service.h"
 #include "sim/synthetic_camera.h"
 

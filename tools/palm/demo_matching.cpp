@@ -26,8 +26,8 @@ probe_set make_probes(demo_state const& state, int enrolled, int strangers) {
     for (int k = 0; k < enrolled; ++k) {
         int const owner = static_cast<int>(rng() % static_cast<unsigned>(state.users));
         // A new capture: every code bit flipped with probability 0.08.
-        set.texts.push_back(palm_test::feature_text(
-            palm_test::noisy_probe(state.templates[static_cast<std::size_t>(owner)], 1, 0.08, rng)));
+        set.texts.push_back(palm_test::feature_text(palm_test::noisy_probe(
+            state.templates[static_cast<std::size_t>(owner)], 1, 0.08, rng)));
         set.owners.push_back(owner);
     }
     for (int k = 0; k < strangers; ++k) {
@@ -50,17 +50,21 @@ int demo_matching(demo_state& state) {
         demo_clock clock;
         int accepted = 0, false_accepts = 0;
         for (std::size_t k = 0; k < probes.texts.size(); ++k) {
-            int const claimed = probes.owners[k] >= 0 ? probes.owners[k] : static_cast<int>(k) % state.users;
+            int const claimed =
+                probes.owners[k] >= 0 ? probes.owners[k] : static_cast<int>(k) % state.users;
             bool const ok = match_1v1_in_memory(state.serial_id, probes.texts[k].c_str(), "",
                                                 demo_user_name(claimed).c_str());
-            if (ok && probes.owners[k] >= 0) ++accepted;
-            if (ok && probes.owners[k] < 0) ++false_accepts;
+            if (ok && probes.owners[k] >= 0)
+                ++accepted;
+            if (ok && probes.owners[k] < 0)
+                ++false_accepts;
         }
         double const ms = clock.ms();
-        std::printf("match_1v1_in_memory: %d of %d genuine accepted, %d of %d impostors accepted, "
-                    "%.3f ms per call\n",
-                    accepted, enrolled_probes, false_accepts, stranger_probes,
-                    ms / static_cast<double>(probes.texts.size()));
+        std::printf(
+            "match_1v1_in_memory: %d of %d genuine accepted, %d of %d impostors accepted, "
+            "%.3f ms per call\n",
+            accepted, enrolled_probes, false_accepts, stranger_probes,
+            ms / static_cast<double>(probes.texts.size()));
         failures += accepted == enrolled_probes && false_accepts == 0 ? 0 : 1;
     }
 
@@ -81,11 +85,12 @@ int demo_matching(demo_state& state) {
             }
         }
         double const ms = clock.ms();
-        std::printf("match_1vN on %s partition of %d users: %d of %d enrolled identified, %d wrong, "
-                    "%d of %d strangers rejected, %.2f ms per probe\n",
-                    id == state.parallel_id ? "parallel" : "serial", state.users, correct,
-                    enrolled_probes, wrong, strangers_rejected, stranger_probes,
-                    ms / static_cast<double>(probes.texts.size()));
+        std::printf(
+            "match_1vN on %s partition of %d users: %d of %d enrolled identified, %d wrong, "
+            "%d of %d strangers rejected, %.2f ms per probe\n",
+            id == state.parallel_id ? "parallel" : "serial", state.users, correct, enrolled_probes,
+            wrong, strangers_rejected, stranger_probes,
+            ms / static_cast<double>(probes.texts.size()));
         failures += correct == enrolled_probes && strangers_rejected == stranger_probes ? 0 : 1;
     }
     return failures;

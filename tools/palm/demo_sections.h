@@ -31,11 +31,11 @@ int demo_frames(demo_state& state);
 std::string demo_user_name(int i);
 
 class demo_clock {
-public:
+  public:
     demo_clock();
     double ms() const;
 
-private:
+  private:
     std::chrono::steady_clock::time_point start_;
 };
 

@@ -10,6 +10,8 @@ namespace palm_tool {
 bool read_whole_file(std::string const& path, std::string& bytes);
 // Writes a whole file; false on any failure.
 bool write_whole_file(std::string const& path, std::string const& bytes);
+// Creates a folder unless it exists; false when it can be neither.
+bool make_dir(std::string const& path);
 
 }  // namespace palm_tool
 

@@ -1,6 +1,8 @@
-// Entry of the palm tool: finds the sub-command named by the first argument.
+// Entry of the palm tool: finds the sub-command named by the first argument
+// and lets CLI11 parse the rest.
 #include <cstdio>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,10 +15,13 @@ std::vector<command>& registry() {
     static std::vector<command> all;
     return all;
 }
+
+std::string const version_text = "palm " PALM_VERSION;
 }  // namespace
 
-bool register_command(char const* name, char const* usage, command_fn run) {
-    registry().push_back(command{name, usage, run});
+bool register_command(char const* name, char const* synopsis, char const* summary,
+                      char const* example, setup_fn setup) {
+    registry().push_back(command{name, synopsis, summary, example, setup});
     return true;
 }
 
@@ -29,13 +34,52 @@ int fail(std::string const& message) {
     return 2;
 }
 
+int fail_usage(command const& c, std::string const& reason) {
+    if (reason.empty())
+        return fail("usage: " + c.synopsis);
+    return fail(reason + " (usage: " + c.synopsis + ")");
+}
+
+int run_command(command const& c, std::vector<std::string> const& args) {
+    CLI::App app{c.summary, "palm " + c.name};
+    app.footer("Example:\n  " + c.example + "\n");
+    app.set_help_flag("-h,--help", "print this help and exit");
+    runner const run = c.setup(app);
+    // CLI11 parses a reversed list, the last argument first.
+    std::vector<std::string> rest(args.rbegin(), args.rend() - 1);
+    try {
+        app.parse(rest);
+    } catch (CLI::CallForHelp const&) {
+        std::cout << app.help();
+        return 0;
+    } catch (CLI::RequiredError const& e) {
+        // A missing positional argument is a wrong count; a missing option
+        // is named.
+        std::string const what = e.what();
+        if (what.find("--") == std::string::npos)
+            return fail_usage(c);
+        return fail_usage(c, what);
+    } catch (CLI::ExtrasError const& e) {
+        std::string const what = e.what();
+        if (what.find(" -") == std::string::npos)
+            return fail_usage(c);
+        return fail_usage(c, what);
+    } catch (CLI::ParseError const& e) {
+        return fail_usage(c, e.what());
+    }
+    return run();
+}
+
 }  // namespace palm_tool
 
 namespace {
 void print_usage(std::ostream& out) {
-    out << "usage: palm COMMAND [ARGS...]\n\ncommands:\n";
-    for (auto const& c : palm_tool::commands())
-        out << c.usage << "\n";
+    out << "usage: palm COMMAND [ARGS...]    (palm COMMAND --help for its options)\n\ncommands:\n";
+    for (auto const& c : palm_tool::commands()) {
+        out << "  " << c.synopsis << "\n";
+        out << "      " << c.summary << "\n";
+    }
+    out << "  palm --version\n      print the version\n";
 }
 }  // namespace
 
@@ -49,10 +93,14 @@ int main(int argc, char** argv) {
         print_usage(std::cout);
         return 0;
     }
+    if (name == "--version" || name == "version") {
+        std::cout << palm_tool::version_text << "\n";
+        return 0;
+    }
     std::vector<std::string> args(argv + 1, argv + argc);
     for (auto const& c : palm_tool::commands()) {
         if (c.name == name)
-            return c.run(args);
+            return palm_tool::run_command(c, args);
     }
     std::cerr << "palm: unknown command '" << name << "'\n";
     print_usage(std::cerr);
