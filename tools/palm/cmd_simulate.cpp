@@ -1,5 +1,8 @@
-// "palm simulate --identity N [pose options] OUTDIR": renders a frame pair of
-// the synthetic camera (vl.png, nir.png) and prints where the webs lie.
+// "palm simulate --identity N [pose options] [--calib FILE] OUTDIR": renders
+// a frame pair of the synthetic camera (vl.png, nir.png) and prints where the
+// webs lie. "palm simulate --board [--calib FILE] OUTDIR" renders the
+// calibration board instead (nir.png, vl.png). FILE gives the lenses and the
+// homography the cameras see through; without it they are the default ones.
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -7,9 +10,11 @@
 #include <string>
 #include <vector>
 
+#include "calib_file.h"
 #include "command.h"
 #include "file_util.h"
 #include "grey_image_io.h"
+#include "sim/synthetic_board.h"
 #include "sim/synthetic_camera.h"
 
 namespace {
@@ -22,13 +27,41 @@ struct simulate_options {
     std::vector<double> tilt = {0, 0};
     double noise = 0;
     double noise_seed = 0;
+    bool board = false;
+    std::string calib;
     std::string outdir;
 };
+
+// Writes the two frames into OUTDIR.
+int write_frames(std::string const& outdir, palm_share::palm_image const& nir,
+                 palm_share::palm_image const& vl) {
+    if (!palm_tool::make_dir(outdir))
+        return palm_tool::fail("cannot create '" + outdir + "'");
+    std::string error;
+    std::string const dir = outdir + "/";
+    if (!palm_tool::write_grey_image(dir + "vl.png", vl, error) ||
+        !palm_tool::write_grey_image(dir + "nir.png", nir, error))
+        return palm_tool::fail(error);
+    std::printf("wrote %svl.png and %snir.png\n", dir.c_str(), dir.c_str());
+    return 0;
+}
 
 int run_simulate(simulate_options const& opt) {
     std::string const usage =
         "usage: palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR";
+        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--calib FILE] OUTDIR | palm simulate "
+        "--board [--calib FILE] OUTDIR";
+    palm_struct::calib_data calib;
+    std::string error;
+    if (!opt.calib.empty() && !palm_tool::read_calibration(opt.calib, calib, error))
+        return palm_tool::fail(error);
+    palm_struct::calib_data const* lens = opt.calib.empty() ? nullptr : &calib;
+    if (opt.board) {
+        if (opt.identity != -1)
+            return palm_tool::fail(usage);
+        palm_test::board_frames const f = palm_test::render_board(lens, palm_test::board_options());
+        return write_frames(opt.outdir, f.nir, f.vl);
+    }
     palm_test::camera_pose pose;
     pose.offset_x = opt.offset[0];
     pose.offset_y = opt.offset[1];
@@ -39,23 +72,16 @@ int run_simulate(simulate_options const& opt) {
     pose.noise = opt.noise;
     pose.noise_seed = static_cast<std::uint32_t>(opt.noise_seed);
     double const identity = opt.identity;
-    std::string const& outdir = opt.outdir;
     bool const ok = identity >= 0 && identity <= 4294967295.0 && identity == std::floor(identity) &&
                     pose.scale > 0.2 && pose.scale < 5 && std::abs(pose.tilt_x) < 60 &&
                     std::abs(pose.tilt_y) < 60 && pose.noise >= 0 && opt.noise_seed >= 0 &&
                     opt.noise_seed <= 4294967295.0;
     if (!ok)
         return palm_tool::fail(usage);
-    if (!palm_tool::make_dir(outdir))
-        return palm_tool::fail("cannot create '" + outdir + "'");
     palm_test::camera_frame const f =
-        palm_test::render_frame_pair(static_cast<std::uint32_t>(identity), pose);
-    std::string error;
-    std::string const dir = outdir + "/";
-    if (!palm_tool::write_grey_image(dir + "vl.png", f.frames.vl, error) ||
-        !palm_tool::write_grey_image(dir + "nir.png", f.frames.nir, error))
-        return palm_tool::fail(error);
-    std::printf("wrote %svl.png and %snir.png\n", dir.c_str(), dir.c_str());
+        palm_test::render_frame_pair(static_cast<std::uint32_t>(identity), pose, lens);
+    if (int const status = write_frames(opt.outdir, f.frames.nir, f.frames.vl))
+        return status;
     std::printf("webs (raw NIR)    (%.1f, %.1f) (%.1f, %.1f)\n", f.nir_key[0].x, f.nir_key[0].y,
                 f.nir_key[1].x, f.nir_key[1].y);
     return 0;
@@ -67,7 +93,9 @@ palm_tool::runner setup_simulate(CLI::App& app) {
     opt->scale = defaults.scale;
     opt->noise = defaults.noise;
     opt->noise_seed = defaults.noise_seed;
-    app.add_option("--identity", opt->identity, "the synthetic palm, 0 to 4294967295")->required();
+    app.add_option("--identity", opt->identity, "the synthetic palm, 0 to 4294967295");
+    app.add_flag("--board", opt->board, "render the calibration board instead of a palm");
+    app.add_option("--calib", opt->calib, "calibration file the cameras see through");
     app.add_option("--offset", opt->offset, "shift of the hand in pixels, X Y")->expected(2);
     app.add_option("--rotation", opt->rotation, "turn of the hand in degrees");
     app.add_option("--scale", opt->scale, "size of the hand, above 0.2 and below 5");
@@ -83,6 +111,7 @@ palm_tool::runner setup_simulate(CLI::App& app) {
 
 PALM_COMMAND("simulate",
              "palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR",
-             "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N",
+             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--calib FILE] OUTDIR | "
+             "palm simulate --board [--calib FILE] OUTDIR",
+             "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N or of the board",
              "palm simulate --identity 7 --rotation 5 frames", setup_simulate);
