@@ -44,14 +44,14 @@ TEST(ToolCommandLine, UnknownOptionIsNamedWithTheSynopsis) {
     EXPECT_EQ(2, r.status);
     EXPECT_EQ("", r.out);
     EXPECT_EQ("palm: The following argument was not expected: --bogus (usage: palm crop VL NIR "
-              "OUTDIR)\n",
+              "OUTDIR [--calib FILE])\n",
               r.err);
 }
 
 TEST(ToolCommandLine, MissingArgumentGivesTheSynopsis) {
     auto const r = palm("crop a b");
     EXPECT_EQ(2, r.status);
-    EXPECT_EQ("palm: usage: palm crop VL NIR OUTDIR\n", r.err);
+    EXPECT_EQ("palm: usage: palm crop VL NIR OUTDIR [--calib FILE]\n", r.err);
 }
 
 TEST(ToolCommandLine, ValueThatIsNotANumberIsNamed) {
