@@ -424,12 +424,10 @@ TEST(Thinning, TransitionsAndNeighbours) {
 }
 
 TEST(ExtractCurveAndPoints, SyntheticBoard) {
-    palm_test::board_frames const f = palm_test::render_board(nullptr, palm_test::board_options());
-    palm_image src(f.nir);
-    GrayStretch(src);
-    palm_image h = Image(640, 480), v = Image(640, 480);
-    matrix<double> points(64, 2);
-    ASSERT_EQ(1, ExtractCurveAndPoints(src, h, v, points));
+    calib_test::board_extract const b = calib_test::ExtractDefaultBoard();
+    ASSERT_EQ(1, b.result);
+    const palm_image &h = b.hori, &v = b.vert;
+    const matrix<double>& points = b.points;
     // Labels 1 to 8 on one-pixel skeletons, across-curve 1 on top.
     for (int k = 1; k <= 8; ++k) {
         EXPECT_GT(Count(h, k), 300) << k;

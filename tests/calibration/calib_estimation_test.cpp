@@ -232,12 +232,9 @@ TEST(GetCurveData, FlaggedCurvesByLabelInRasterOrder) {
 }
 
 TEST(EstimateInitPara, SyntheticBoardGivesNearbyVanishingPoints) {
-    palm_test::board_frames const f = palm_test::render_board(nullptr, palm_test::board_options());
-    palm_image src(f.nir);
-    GrayStretch(src);
-    palm_image h = Image(640, 480), v = Image(640, 480);
-    matrix<double> points(64, 2);
-    ASSERT_EQ(1, ExtractCurveAndPoints(src, h, v, points));
+    calib_test::board_extract const b = calib_test::ExtractDefaultBoard();
+    ASSERT_EQ(1, b.result);
+    const palm_image& h = b.hori;
     int flags[8];
     matrix<double> p;
     ASSERT_EQ(1, EstimateInitPara(h, flags, 8, p));

@@ -4,8 +4,10 @@
 
 #include <vector>
 
+#include "palm/calibration/board_extraction.h"
 #include "palm/calibration/matrix.h"
 #include "palm/image/palm_image.h"
+#include "sim/synthetic_board.h"
 
 namespace calib_test {
 
@@ -22,6 +24,23 @@ inline palm_struct::matrix<double> Column(const std::vector<double>& v) {
     for (std::size_t i = 0; i < v.size(); ++i)
         m.data[i] = v[i];
     return m;
+}
+
+// The curves and crossings of the NIR frame of the standard board seen
+// through the default calibration.
+struct board_extract {
+    palm_share::palm_image hori = Image(640, 480), vert = Image(640, 480);
+    palm_struct::matrix<double> points{64, 2};
+    int result = 0;
+};
+
+inline board_extract ExtractDefaultBoard() {
+    palm_test::board_frames const f = palm_test::render_board(nullptr, palm_test::board_options());
+    palm_share::palm_image src(f.nir);
+    palm_calib::GrayStretch(src);
+    board_extract b;
+    b.result = palm_calib::ExtractCurveAndPoints(src, b.hori, b.vert, b.points);
+    return b;
 }
 
 }  // namespace calib_test

@@ -41,6 +41,25 @@ void SamplePencil(const matrix<double>& p, int per_curve, matrix<double>& points
     }
 }
 
+bool SameBits(const matrix<double>& a, const matrix<double>& b) {
+    return a.rows == b.rows && a.cols == b.cols &&
+           std::memcmp(a.data, b.data, a.element_count() * sizeof(double)) == 0;
+}
+
+// A and g are J^T J and J^T f, bit for bit; J and f are handed back.
+void ExpectNormalEquations(const matrix<double>& p, const matrix<double>& points,
+                           const matrix<double>& counts, matrix<double>& J, matrix<double>& f) {
+    matrix<double> A, g;
+    CalcMatrix_J(p, points, counts, J);
+    CalcVector_f(p, points, counts, f);
+    CalcMatrix_A(p, points, counts, A);
+    CalcVector_g(p, points, counts, g);
+    matrix<double> Jt(J);
+    Jt.transpose();
+    EXPECT_TRUE(SameBits(Jt * J, A));
+    EXPECT_TRUE(SameBits(Jt * f, g));
+}
+
 matrix<double> TruePencil() {
     return Column({310, 245, 1.5, 450, 700, 1100, 1900, -1800, -1000, -650});
 }
@@ -143,18 +162,8 @@ TEST(LmOptimize, NormalEquations) {
     matrix<double> points, counts;
     SamplePencil(p, 5, points, counts);
     points[0][3] += 2;
-    matrix<double> J, f, A, g;
-    CalcMatrix_J(p, points, counts, J);
-    CalcVector_f(p, points, counts, f);
-    CalcMatrix_A(p, points, counts, A);
-    CalcVector_g(p, points, counts, g);
-    matrix<double> Jt(J);
-    Jt.transpose();
-    matrix<double> const A2 = Jt * J, g2 = Jt * f;
-    for (std::size_t i = 0; i < A.element_count(); ++i)
-        EXPECT_EQ(A2.data[i], A.data[i]);
-    for (std::size_t i = 0; i < g.element_count(); ++i)
-        EXPECT_EQ(g2.data[i], g.data[i]);
+    matrix<double> J, f;
+    ExpectNormalEquations(p, points, counts, J, f);
     // l = f + J h and L is half its squared length.
     matrix<double> h = Column({0.1, -0.2, 0.01, 0.5, 1, 2, 3, 4, 5, 6});
     matrix<double> l;
@@ -369,11 +378,6 @@ double ReferenceOptimize(const matrix<double>& points, const matrix<double>& cou
     return CalcResidue(x, points, counts);
 }
 
-bool SameBits(const matrix<double>& a, const matrix<double>& b) {
-    return a.rows == b.rows && a.cols == b.cols &&
-           std::memcmp(a.data, b.data, a.element_count() * sizeof(double)) == 0;
-}
-
 }  // namespace
 
 TEST(LmOptimize, SameResultAsTheIterationWrittenOut) {
@@ -411,14 +415,8 @@ TEST(LmOptimize, NonFiniteJacobianTakesTheFullProducts) {
     points[0][2] = 1;
     points[1][2] = 9;
     matrix<double> counts = Column({2, 1});
-    matrix<double> J, f, A, g;
-    CalcMatrix_J(p, points, counts, J);
-    CalcVector_f(p, points, counts, f);
+    matrix<double> J, f, A;
+    ExpectNormalEquations(p, points, counts, J, f);
     CalcMatrix_A(p, points, counts, A);
-    CalcVector_g(p, points, counts, g);
-    matrix<double> Jt(J);
-    Jt.transpose();
-    EXPECT_TRUE(SameBits(Jt * J, A));
-    EXPECT_TRUE(SameBits(Jt * f, g));
     EXPECT_TRUE(std::isnan(A[5][0]));  // curve 1's column against a NaN row
 }
