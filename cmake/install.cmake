@@ -11,7 +11,8 @@ install(TARGETS palm EXPORT palmTargets
 # Headers live beside their sources. Every header is public unless it is an
 # internal helper of its subsystem: the server's store and workers (reached
 # through the C functions), the matcher's counters, the filters' SIMD and
-# fixed-point pieces, tables and rounding, the JNI string helpers.
+# fixed-point pieces, tables and rounding, the JNI string helpers, the
+# steps of the calibration behind i_calib_calc.
 set(PALM_PRIVATE_HEADER_REGEX
   "^recognition/"
   "^service/cx_string\\.h$"
@@ -20,6 +21,7 @@ set(PALM_PRIVATE_HEADER_REGEX
   "^feature/(base64_alphabet|feature_block_pool)\\.h$"
   "^image/palm_tables\\.h$"
   "^localisation/rounding\\.h$"
+  "^calibration/(lm_optimize|board_extraction|calib_estimation)\\.h$"
   "_(avx2|avx512|popcnt|sse2)\\.h$")
 file(GLOB_RECURSE PALM_ALL_HEADERS RELATIVE ${PROJECT_SOURCE_DIR}/src CONFIGURE_DEPENDS
      ${PROJECT_SOURCE_DIR}/src/*.h)

@@ -9,6 +9,7 @@
 
 #include "palm/localisation/lens_mapping.h"
 #include "palm/localisation/palm_crop.h"
+#include "sim/plane_homography.h"
 
 using palm_struct::_point;
 using palm_struct::calib_data;
@@ -250,19 +251,10 @@ double texture(const std::vector<float>& tex, double x, double y) {
 
 // VL normal to NIR normal: the inverse of the NIR-to-VL homography.
 _point<double> vl_to_nir_normal(const calib_data& c, double x, double y) {
-    const double* h = c.nir_to_vl;
     double const p = (x - c.vl.center_x) / c.vl.focal_x;
     double const q = (y - c.vl.center_y) / c.vl.focal_y;
-    // Inverse by the adjugate.
-    double const i0 = h[4] * h[8] - h[5] * h[7], i1 = h[2] * h[7] - h[1] * h[8],
-                 i2 = h[1] * h[5] - h[2] * h[4];
-    double const i3 = h[5] * h[6] - h[3] * h[8], i4 = h[0] * h[8] - h[2] * h[6],
-                 i5 = h[2] * h[3] - h[0] * h[5];
-    double const i6 = h[3] * h[7] - h[4] * h[6], i7 = h[1] * h[6] - h[0] * h[7],
-                 i8 = h[0] * h[4] - h[1] * h[3];
-    double const den = i6 * p + i7 * q + i8;
-    double const a = (i0 * p + i1 * q + i2) / den;
-    double const b = (i3 * p + i4 * q + i5) / den;
+    _point<double> const n = apply_inverse_homography(c.nir_to_vl, _point<double>{p, q});
+    double const a = n.x, b = n.y;
     return {c.nir.center_x + a * c.nir.focal_x, c.nir.center_y + b * c.nir.focal_y};
 }
 

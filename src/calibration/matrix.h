@@ -10,6 +10,8 @@
 #include <new>
 #include <utility>
 
+#include "palm/palm_export.h"
+
 namespace palm_struct {
 
 // Owns rows * cols elements in one array, row after row; data is null when
@@ -242,11 +244,11 @@ using palm_struct::matrix;
 // In-place convolution with an odd-sized kernel, flipped as convolution
 // requires. A border of half the kernel keeps its old values; an even kernel
 // changes nothing.
-void conv2(matrix<double>& m, const matrix<double>& k);
+PALM_EXPORT void conv2(matrix<double>& m, const matrix<double>& k);
 
 // Central differences times 0.5 inside, one-sided differences on the first
 // and last column (gx) or row (gy); gx and gy take the size of m.
-void gradient(const matrix<double>& m, matrix<double>& gx, matrix<double>& gy);
+PALM_EXPORT void gradient(const matrix<double>& m, matrix<double>& gx, matrix<double>& gy);
 
 // Singular value decomposition of the row-major m by n matrix a by
 // Householder bidiagonalisation and implicitly shifted QR sweeps. On success
@@ -256,16 +258,16 @@ void gradient(const matrix<double>& m, matrix<double>& gx, matrix<double>& gy);
 // a negligible superdiagonal element relative to its two diagonal
 // neighbours. -1 when 60 sweeps in all do not converge, or on null or empty
 // input; the outputs are then undefined.
-int svd_real_matrix(double* a, int m, int n, double* u, double* v, double eps);
+PALM_EXPORT int svd_real_matrix(double* a, int m, int n, double* u, double* v, double eps);
 
 // Writes s to the diagonal and e to the first superdiagonal of a and
 // transposes the n by n v in place.
-void ppp(double* a, double* e, double* s, double* v, int m, int n);
+PALM_EXPORT void ppp(double* a, double* e, double* s, double* v, int m, int n);
 
 // One plane rotation: from fg = (f, g), cs = (cosine, sine) and fg becomes
 // (r, z), r signed like the larger of f and g (g on a tie) and z the compact
 // code of the rotation.
-void sss(double* fg, double* cs);
+PALM_EXPORT void sss(double* fg, double* cs);
 
 }  // namespace palm_calib
 

@@ -2,6 +2,7 @@
 // translation unit are built in the order they are written and destroyed in
 // the reverse order, and the pre-check reads PROMPT_RECT, so that order is
 // fixed here rather than left to the linker.
+#include "palm/calibration/single_frame_calib_calc.h"
 #include "palm/capture/cmos_judge.h"
 #include "palm/capture/palm_precheck.h"
 #include "palm/capture/user_interactive.h"
@@ -21,7 +22,7 @@ cmos_judge g_cmos_judge;
 
 CPalmPreCheck g_palm_precheck;
 
-// ---- calibration: g_calib_calc (single_frame_calib_calc) and its accessors go here ----
+single_frame_calib_calc g_calib_calc;
 
 user_interactive g_user_interactive;
 
@@ -54,6 +55,12 @@ i_palm_precheck* get_palm_precheck_inst() {
 }
 
 void release_palm_precheck_inst() {}
+
+i_calib_calc* get_calib_inst() {
+    return &g_calib_calc;
+}
+
+void release_calib_inst() {}
 
 // Deliberately without a release.
 i_user_interactive_interface* get_interactive_inst() {

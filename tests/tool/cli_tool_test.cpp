@@ -43,15 +43,16 @@ TEST(ToolCommandLine, UnknownOptionIsNamedWithTheSynopsis) {
     auto const r = palm("crop --bogus a b c");
     EXPECT_EQ(2, r.status);
     EXPECT_EQ("", r.out);
-    EXPECT_EQ("palm: The following argument was not expected: --bogus (usage: palm crop VL NIR "
-              "OUTDIR)\n",
-              r.err);
+    EXPECT_EQ(
+        "palm: The following argument was not expected: --bogus (usage: palm crop VL NIR "
+        "OUTDIR [--calib FILE])\n",
+        r.err);
 }
 
 TEST(ToolCommandLine, MissingArgumentGivesTheSynopsis) {
     auto const r = palm("crop a b");
     EXPECT_EQ(2, r.status);
-    EXPECT_EQ("palm: usage: palm crop VL NIR OUTDIR\n", r.err);
+    EXPECT_EQ("palm: usage: palm crop VL NIR OUTDIR [--calib FILE]\n", r.err);
 }
 
 TEST(ToolCommandLine, ValueThatIsNotANumberIsNamed) {

@@ -1,11 +1,13 @@
-// "palm crop VL NIR OUTDIR": locates the palm in one frame pair, writes the
-// two regions of interest (roi_vl.png, roi_nir.png) and prints the crop code
-// with everything it located.
+// "palm crop VL NIR OUTDIR [--calib FILE]": locates the palm in one frame
+// pair, writes the two regions of interest (roi_vl.png, roi_nir.png) and
+// prints the crop code with everything it located, on the default
+// calibration or the one in FILE.
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "calib_file.h"
 #include "command.h"
 #include "file_util.h"
 #include "grey_image_io.h"
@@ -27,6 +29,7 @@ void print_points(char const* name, _point<int> const* p, int n) {
 
 struct crop_options {
     std::string vl, nir, outdir;
+    std::string calib;
 };
 
 int run_crop(crop_options const& opt) {
@@ -36,9 +39,10 @@ int run_crop(crop_options const& opt) {
         return palm_tool::fail(error);
     if (!palm_tool::read_grey_image(opt.nir, in.nir, error))
         return palm_tool::fail(error);
+    if (!palm_tool::use_calibration(opt.calib, error))
+        return palm_tool::fail(error);
     if (!palm_tool::make_dir(opt.outdir))
         return palm_tool::fail("cannot create '" + opt.outdir + "'");
-    CPalmCrop::GenerateMappingTable();
     std::vector<image_pair> out;
     _crop_results res;
     int const code = palm_algorithm::get_crop_inst()->Crop(in, out, res);
@@ -72,11 +76,12 @@ palm_tool::runner setup_crop(CLI::App& app) {
     app.add_option("VL", opt->vl, "visible-light frame, 640x480")->required();
     app.add_option("NIR", opt->nir, "near-infrared frame, 640x480")->required();
     app.add_option("OUTDIR", opt->outdir, "folder for roi_vl.png and roi_nir.png")->required();
+    app.add_option("--calib", opt->calib, "calibration file written by palm calibrate");
     return [opt] { return run_crop(*opt); };
 }
 
 }  // namespace
 
-PALM_COMMAND("crop", "palm crop VL NIR OUTDIR",
+PALM_COMMAND("crop", "palm crop VL NIR OUTDIR [--calib FILE]",
              "locate the palm in a frame pair, write both regions and print what was found",
              "palm crop frames/vl.png frames/nir.png rois", setup_crop);

@@ -1,6 +1,8 @@
-// "palm lens": the lens model of the default calibration.
-//   palm lens table OUT [--tag TEXT]   writes the calibration mapping file
-//   palm lens map X Y --camera nir|vl --forward|--backward
+// "palm lens": the lens model of the default calibration, or of the one in a
+// calibration file.
+//   palm lens table OUT [--tag TEXT] [--calib FILE]
+//                                       writes the calibration mapping file
+//   palm lens map X Y --camera nir|vl --forward|--backward [--calib FILE]
 //                                       maps one point (absolute pixels)
 #include <cstdio>
 #include <cstring>
@@ -8,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "calib_file.h"
 #include "command.h"
 #include "palm/localisation/lens_mapping.h"
 #include "palm/localisation/palm_crop.h"
@@ -23,6 +26,7 @@ struct lens_options {
     double x = 0, y = 0;           // map X Y
     std::string camera;            // map --camera
     bool forward = false, backward = false;
+    std::string calib;  // --calib FILE of either
 };
 
 int lens_table(lens_options const& opt) {
@@ -31,7 +35,9 @@ int lens_table(lens_options const& opt) {
         return palm_tool::fail("the tag is at most 8 bytes");
     unsigned char tag[8] = {0};
     std::memcpy(tag, tag_text.data(), tag_text.size());
-    CPalmCrop::GenerateMappingTable();
+    std::string error;
+    if (!palm_tool::use_calibration(opt.calib, error))
+        return palm_tool::fail(error);
     if (!palm_algorithm::store_calib_mapping_file(opt.out, tag))
         return palm_tool::fail("cannot write '" + opt.out + "'");
     std::cout << "wrote " << opt.out << " (2457608 bytes, tag '" << tag_text << "')\n";
@@ -44,7 +50,11 @@ int lens_map(lens_options const& opt) {
     bool const nir = opt.camera == "nir";
     bool const forward = opt.forward;
     double const x = opt.x, y = opt.y;
-    palm_struct::cp_single const& cp = nir ? CPalmCrop::_calibPara.nir : CPalmCrop::_calibPara.vl;
+    palm_struct::calib_data calib = CPalmCrop::_calibPara;
+    std::string error;
+    if (!opt.calib.empty() && !palm_tool::read_calibration(opt.calib, calib, error))
+        return palm_tool::fail(error);
+    palm_struct::cp_single const& cp = nir ? calib.nir : calib.vl;
     _point<double> const in{x - cp.center_x, y - cp.center_y};
     _point<double> out{0, 0};
     if (forward)
@@ -62,6 +72,7 @@ palm_tool::runner setup_lens(CLI::App& app) {
         app.add_subcommand("table", "write the calibration mapping file of the lens model");
     table->add_option("OUT", opt->out, "mapping file to write (2457608 bytes)")->required();
     table->add_option("--tag", opt->tag, "tag of at most 8 bytes at the head of the file");
+    table->add_option("--calib", opt->calib, "calibration file written by palm calibrate");
     CLI::App* map = app.add_subcommand("map", "map one point between the normal and the raw plane");
     map->add_option("X", opt->x, "x in pixels")->required();
     map->add_option("Y", opt->y, "y in pixels")->required();
@@ -71,13 +82,14 @@ palm_tool::runner setup_lens(CLI::App& app) {
     CLI::Option* fwd = map->add_flag("--forward", opt->forward, "normal plane to raw frame");
     CLI::Option* bwd = map->add_flag("--backward", opt->backward, "raw frame to normal plane");
     fwd->excludes(bwd);
+    map->add_option("--calib", opt->calib, "calibration file written by palm calibrate");
     return [opt, table] { return *table ? lens_table(*opt) : lens_map(*opt); };
 }
 
 }  // namespace
 
 PALM_COMMAND("lens",
-             "palm lens table OUT [--tag TEXT] | palm lens map X Y --camera nir|vl "
-             "--forward|--backward",
+             "palm lens table OUT [--tag TEXT] [--calib FILE] | palm lens map X Y --camera "
+             "nir|vl --forward|--backward [--calib FILE]",
              "the lens model: its mapping file, or one point mapped through it",
              "palm lens map 320 240 --camera vl --forward", setup_lens);

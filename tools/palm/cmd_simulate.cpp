@@ -1,5 +1,8 @@
-// "palm simulate --identity N [pose options] OUTDIR": renders a frame pair of
-// the synthetic camera (vl.png, nir.png) and prints where the webs lie.
+// "palm simulate --identity N [pose options] [--calib FILE] OUTDIR": renders
+// a frame pair of the synthetic camera (vl.png, nir.png) and prints where the
+// webs lie. "palm simulate --board [--calib FILE] OUTDIR" renders the
+// calibration board instead (nir.png, vl.png); FILE gives the lenses and the
+// homography the cameras see through, the default ones without it.
 // "palm simulate --stream N [--identity N] [--hand H] [--day D] OUTDIR":
 // renders a capture stream of N frames (40 to 80) as NNNN_vl.png and
 // NNNN_nir.png, a person presenting one hand to the device.
@@ -10,9 +13,11 @@
 #include <string>
 #include <vector>
 
+#include "calib_file.h"
 #include "command.h"
 #include "file_util.h"
 #include "grey_image_io.h"
+#include "sim/synthetic_board.h"
 #include "sim/synthetic_camera.h"
 #include "sim/synthetic_stream.h"
 
@@ -26,11 +31,27 @@ struct simulate_options {
     std::vector<double> tilt = {0, 0};
     double noise = 0;
     double noise_seed = 0;
+    bool board = false;
+    std::string calib;
     std::string outdir;
     int stream = 0;
     int hand = 1;
     double day = 1;
 };
+
+// Writes the two frames into OUTDIR.
+int write_frames(std::string const& outdir, palm_share::palm_image const& nir,
+                 palm_share::palm_image const& vl) {
+    if (!palm_tool::make_dir(outdir))
+        return palm_tool::fail("cannot create '" + outdir + "'");
+    std::string error;
+    std::string const dir = outdir + "/";
+    if (!palm_tool::write_grey_image(dir + "vl.png", vl, error) ||
+        !palm_tool::write_grey_image(dir + "nir.png", nir, error))
+        return palm_tool::fail(error);
+    std::printf("wrote %svl.png and %snir.png\n", dir.c_str(), dir.c_str());
+    return 0;
+}
 
 int run_stream(simulate_options const& opt) {
     double const identity = opt.identity < 0 ? 1 : opt.identity;
@@ -63,10 +84,26 @@ int run_stream(simulate_options const& opt) {
 
 int run_simulate(simulate_options const& opt) {
     if (opt.stream != 0)
-        return run_stream(opt);
+        return opt.board || !opt.calib.empty()
+                   ? palm_tool::fail(
+                         "usage: palm simulate --stream N [--identity N] [--hand 1|0] "
+                         "[--day D] OUTDIR, N from 40 to 80")
+                   : run_stream(opt);
     std::string const usage =
         "usage: palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR";
+        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--calib FILE] OUTDIR | palm simulate "
+        "--board [--calib FILE] OUTDIR";
+    palm_struct::calib_data calib;
+    std::string error;
+    if (!opt.calib.empty() && !palm_tool::read_calibration(opt.calib, calib, error))
+        return palm_tool::fail(error);
+    palm_struct::calib_data const* lens = opt.calib.empty() ? nullptr : &calib;
+    if (opt.board) {
+        if (opt.identity != -1)
+            return palm_tool::fail(usage);
+        palm_test::board_frames const f = palm_test::render_board(lens, palm_test::board_options());
+        return write_frames(opt.outdir, f.nir, f.vl);
+    }
     palm_test::camera_pose pose;
     pose.offset_x = opt.offset[0];
     pose.offset_y = opt.offset[1];
@@ -77,23 +114,16 @@ int run_simulate(simulate_options const& opt) {
     pose.noise = opt.noise;
     pose.noise_seed = static_cast<std::uint32_t>(opt.noise_seed);
     double const identity = opt.identity;
-    std::string const& outdir = opt.outdir;
     bool const ok = identity >= 0 && identity <= 4294967295.0 && identity == std::floor(identity) &&
                     pose.scale > 0.2 && pose.scale < 5 && std::abs(pose.tilt_x) < 60 &&
                     std::abs(pose.tilt_y) < 60 && pose.noise >= 0 && opt.noise_seed >= 0 &&
                     opt.noise_seed <= 4294967295.0;
     if (!ok)
         return palm_tool::fail(usage);
-    if (!palm_tool::make_dir(outdir))
-        return palm_tool::fail("cannot create '" + outdir + "'");
     palm_test::camera_frame const f =
-        palm_test::render_frame_pair(static_cast<std::uint32_t>(identity), pose);
-    std::string error;
-    std::string const dir = outdir + "/";
-    if (!palm_tool::write_grey_image(dir + "vl.png", f.frames.vl, error) ||
-        !palm_tool::write_grey_image(dir + "nir.png", f.frames.nir, error))
-        return palm_tool::fail(error);
-    std::printf("wrote %svl.png and %snir.png\n", dir.c_str(), dir.c_str());
+        palm_test::render_frame_pair(static_cast<std::uint32_t>(identity), pose, lens);
+    if (int const status = write_frames(opt.outdir, f.frames.nir, f.frames.vl))
+        return status;
     std::printf("webs (raw NIR)    (%.1f, %.1f) (%.1f, %.1f)\n", f.nir_key[0].x, f.nir_key[0].y,
                 f.nir_key[1].x, f.nir_key[1].y);
     return 0;
@@ -106,7 +136,9 @@ palm_tool::runner setup_simulate(CLI::App& app) {
     opt->noise = defaults.noise;
     opt->noise_seed = defaults.noise_seed;
     app.add_option("--identity", opt->identity,
-                   "the synthetic palm, 0 to 4294967295 (required without --stream)");
+                   "the synthetic palm, 0 to 4294967295 (required without --stream or --board)");
+    app.add_flag("--board", opt->board, "render the calibration board instead of a palm");
+    app.add_option("--calib", opt->calib, "calibration file the cameras see through");
     app.add_option("--stream", opt->stream, "render a capture stream of N frames, 40 to 80");
     app.add_option("--hand", opt->hand, "with --stream: hand 1 (first) or 0 (second)");
     app.add_option("--day", opt->day, "with --stream: the day, which varies place and light");
@@ -125,8 +157,9 @@ palm_tool::runner setup_simulate(CLI::App& app) {
 
 PALM_COMMAND("simulate",
              "palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR | palm simulate --stream N "
+             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--calib FILE] OUTDIR | "
+             "palm simulate --board [--calib FILE] OUTDIR | palm simulate --stream N "
              "[--identity N] [--hand 1|0] [--day D] OUTDIR",
-             "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N, or a capture "
-             "stream of N frame pairs",
+             "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N or of the "
+             "calibration board, or a capture stream of N frame pairs",
              "palm simulate --identity 7 --rotation 5 frames", setup_simulate);
