@@ -21,8 +21,9 @@ set(PALM_PRIVATE_HEADER_REGEX
   "^feature/(base64_alphabet|feature_block_pool)\\.h$"
   "^image/palm_tables\\.h$"
   "^localisation/rounding\\.h$"
+  "^workflow/(depth_first_search|enroll_debug_log)\\.h$"
   "^calibration/(lm_optimize|board_extraction|calib_estimation)\\.h$"
-  "_(avx2|avx512|popcnt|sse2)\\.h$")
+  "(avx2|avx512|popcnt|sse2)[a-z_0-9]*\\.h$")
 file(GLOB_RECURSE PALM_ALL_HEADERS RELATIVE ${PROJECT_SOURCE_DIR}/src CONFIGURE_DEPENDS
      ${PROJECT_SOURCE_DIR}/src/*.h)
 set(PALM_PUBLIC_HEADERS "")

@@ -5,29 +5,16 @@
 // operation forms (a ^ b) & mask. Compiled for these instructions alone; the
 // matcher only calls it after checking the processor.
 
-// GCC 12's AVX-512 header reads a deliberately undefined vector in several
-// of its inline functions and warns about itself once they are inlined.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-
+#include "palm/matching/avx512_target.h"
 #include "palm/matching/match_counter_of.h"
 #include "palm/matching/match_padded_code.h"
-
-#define PALM_TARGET_AVX512 __attribute__((target("avx512f,avx512vpopcntdq,popcnt")))
 
 namespace palm_algorithm {
 
 namespace {
 
-// Truth table of (a ^ b) & c for the ternary logic instruction.
-constexpr int XOR_AND = (0xf0 ^ 0xcc) & 0xaa;
-
-PALM_TARGET_AVX512 inline __m512i load(const void* p) {
-    return _mm512_loadu_si512(p);
-}
+using avx512::load;
+using avx512::XOR_AND;
 
 PALM_TARGET_AVX512 inline int horizontal_sum(__m512i lanes) {
     const __m512i high = _mm512_shuffle_i64x2(lanes, lanes, 0xee);

@@ -5,28 +5,15 @@
 // transposing reduction instead of one horizontal sum each. Compiled for these instructions alone;
 // callers check the processor first.
 
-// GCC 12's AVX-512 header reads a deliberately undefined vector in several
-// of its inline functions and warns about itself once they are inlined.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#include <immintrin.h>
-#pragma GCC diagnostic pop
-
+#include "palm/matching/avx512_target.h"
 #include "palm/matching/match_probe.h"
-
-#define PALM_TARGET_AVX512 __attribute__((target("avx512f,avx512vpopcntdq,popcnt")))
 
 namespace palm_algorithm {
 
 namespace {
 
-// Truth table of (a ^ b) & c for the ternary logic instruction.
-constexpr int XOR_AND = (0xf0 ^ 0xcc) & 0xaa;
-
-PALM_TARGET_AVX512 inline __m512i load(const void* p) {
-    return _mm512_loadu_si512(p);
-}
+using avx512::load;
+using avx512::XOR_AND;
 
 PALM_TARGET_AVX512 inline __m512i count_one(const uint32_t* moved, const uint32_t* partner,
                                             const __m512i b[6]) {

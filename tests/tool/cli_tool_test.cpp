@@ -12,16 +12,16 @@ palm_test::tool_result palm(std::string const& args) {
     return palm_test::run_tool(PALM_TOOL_PATH, args);
 }
 
-char const* const all_commands[] = {"crop", "demo",  "extract",  "image",
-                                    "lens", "match", "simulate", "text"};
+char const* const all_commands[] = {"calibrate", "crop",  "demo",     "enrol",    "exposure",
+                                    "extract",   "focus", "guide",    "image",    "lens",
+                                    "login",     "match", "precheck", "simulate", "text"};
 
 TEST(ToolCommandLine, EveryCommandHasHelpWithOptionsAndAnExample) {
     for (char const* name : all_commands) {
         auto const r = palm(std::string(name) + " --help");
         EXPECT_EQ(0, r.status) << name;
         EXPECT_NE(std::string::npos, r.out.find(std::string("Usage: palm ") + name)) << r.out;
-        EXPECT_NE(std::string::npos, r.out.find("Example:\n  palm " + std::string(name)))
-            << r.out;
+        EXPECT_NE(std::string::npos, r.out.find("Example:\n  palm " + std::string(name))) << r.out;
         EXPECT_EQ("", r.err) << name;
     }
 }
