@@ -14,5 +14,5 @@ apt-get install -y -q --no-install-recommends \
   default-jdk-headless \
   googletest libgtest-dev libbenchmark-dev \
   libstb-dev libcli11-dev \
-  coreutils python3 \
+  coreutils python3 pkg-config dpkg-dev file \
   clang libclang-rt-14-dev valgrind

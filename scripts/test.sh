@@ -13,6 +13,9 @@ echo "== plain build"
 bash scripts/build.sh build
 (cd build && ctest --output-on-failure -j "$jobs")
 
+echo "== install, outside consumers, Debian package"
+bash scripts/check_install.sh build
+
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
 bash scripts/build.sh build-asan address -DPALM_BUILD_BENCH=OFF
 (cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \

@@ -1,6 +1,11 @@
 package com.orvanel.palm.server;
 
 import java.io.File;
+import java.io.IOException;
+import java.io.InputStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
 
 /**
  * The server side of libpalm for a Java service: a process-wide template store
@@ -17,8 +22,10 @@ import java.io.File;
  * {@link #match_1vN_get_identify_user_name} on the thread that identified.
  *
  * <p>The library is loaded when the class is initialised: first as "palm" from
- * {@code java.library.path}, then, if that fails, from the file named by the
- * system property {@code palm.library.path}.
+ * {@code java.library.path}; if that has none, from the file named by the
+ * system property {@code palm.library.path}; without that property, from the
+ * copy of libpalm.so for linux-x86_64 that the jar carries, unpacked into a
+ * temporary file.
  */
 public final class feature_match {
     /** System property naming the libpalm.so file to load when {@code java.library.path} has none. */
@@ -28,15 +35,45 @@ public final class feature_match {
         loadLibrary();
     }
 
+    /** Where the jar keeps its copy of the library. */
+    static final String BUNDLED_LIBRARY = "/com/orvanel/palm/native/linux-x86_64/libpalm.so";
+
     private static void loadLibrary() {
         try {
             System.loadLibrary("palm");
         } catch (UnsatisfiedLinkError notOnLibraryPath) {
             String file = System.getProperty(LIBRARY_PATH_PROPERTY);
-            if (file == null || file.isEmpty()) {
+            if (file != null && !file.isEmpty()) {
+                System.load(new File(file).getAbsolutePath());
+                return;
+            }
+            if (!loadBundledLibrary()) {
                 throw notOnLibraryPath;
             }
-            System.load(new File(file).getAbsolutePath());
+        }
+    }
+
+    /** Loads the jar's own copy; false when the jar has none for this platform. */
+    private static boolean loadBundledLibrary() {
+        String os = System.getProperty("os.name", "").toLowerCase();
+        String arch = System.getProperty("os.arch", "");
+        if (!os.startsWith("linux") || !(arch.equals("amd64") || arch.equals("x86_64"))) {
+            return false;
+        }
+        try (InputStream in = feature_match.class.getResourceAsStream(BUNDLED_LIBRARY)) {
+            if (in == null) {
+                return false;
+            }
+            Path copy = Files.createTempFile("libpalm", ".so");
+            copy.toFile().deleteOnExit();
+            Files.copy(in, copy, StandardCopyOption.REPLACE_EXISTING);
+            System.load(copy.toAbsolutePath().toString());
+            return true;
+        } catch (IOException e) {
+            UnsatisfiedLinkError failure =
+                new UnsatisfiedLinkError("cannot unpack the bundled libpalm.so: " + e.getMessage());
+            failure.initCause(e);
+            throw failure;
         }
     }
 

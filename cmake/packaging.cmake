@@ -1,0 +1,16 @@
+# `cpack -G DEB` in the build folder: one Debian package of the install above
+# (library, headers, CMake and pkg-config files, tool, jar), libpalm-dev style.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME libpalm-dev)
+set(CPACK_PACKAGE_VENDOR "Orvanel")
+set(CPACK_PACKAGE_CONTACT "palm maintainers <palm@orvanel.com>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "palm print and palm vein recognition library")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
+# The run-time libraries come from dpkg-shlibdeps; the development packages
+# because palmConfig.cmake finds Boost.Thread for its users.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libboost-thread-dev (>= 1.74), libboost-system-dev (>= 1.74)")
+include(CPack)
