@@ -14,6 +14,7 @@ apt-get install -y -q --no-install-recommends \
   default-jdk-headless \
   googletest libgtest-dev libbenchmark-dev \
   libstb-dev libcli11-dev \
+  liblapacke-dev \
   coreutils python3 pkg-config dpkg-dev file \
   python3-dev pybind11-dev python3-numpy python3-matplotlib python3-pil python3-tqdm \
   python3-pytest \

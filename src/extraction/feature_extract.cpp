@@ -15,14 +15,6 @@ using palm_feature::single_feature;
 using palm_share::CYImage;
 using palm_share::palm_image;
 
-CPalmExtract g_feature_extract_inst;
-
-i_feature_extractor* get_extractor_inst() {
-    return &g_feature_extract_inst;
-}
-
-void release_extractor_inst() {}
-
 namespace {
 
 const int kPlane = CPalmExtract::PADDING_IMG_WIDTH * CPalmExtract::PADDING_IMG_HEIGHT;

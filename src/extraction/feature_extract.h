@@ -52,6 +52,8 @@ class PALM_EXPORT CPalmExtract : public i_feature_extractor {
 // Three bits (planes 0, 1, 2) of orientation k, 0 to 5, as bits 2, 1, 0.
 int orientation_code(int k);
 
+extern CPalmExtract g_feature_extract_inst;
+
 }  // namespace palm_algorithm
 
 #endif  // PALM_EXTRACTION_FEATURE_EXTRACT_H_

@@ -15,8 +15,6 @@ namespace palm_algorithm {
 
 namespace {
 
-CPalmCrop g_crop_inst;
-
 const int NO_PALM_OFFSET = -10000;
 
 bool no_centroid(const _point<int>& c) {
@@ -46,12 +44,6 @@ crop_work& work_images(int half_width, int half_height) {
 }
 
 }  // namespace
-
-i_palm_crop* get_crop_inst() {
-    return &g_crop_inst;
-}
-
-void release_crop_inst() {}
 
 int CPalmCrop::CheckValidity(const image_pair& in) {
     if (!in.vl.IsValid() || !in.nir.IsValid())

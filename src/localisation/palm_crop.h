@@ -147,6 +147,8 @@ PALM_EXPORT extern const int piSin[181];
 PALM_EXPORT extern const int piCos[181];
 PALM_EXPORT extern const int piScale[151];
 
+extern CPalmCrop g_crop_inst;
+
 }  // namespace palm_algorithm
 
 #endif  // PALM_LOCALISATION_PALM_CROP_H_

@@ -9,14 +9,6 @@ const int g_piOverlapSize[MATCH_TRANSLATIONS] = {3072,                          
                                                  2880, 2700, 2880, 2700, 2880, 2700, 2880, 2700,  //
                                                  2784, 2523, 2784, 2523, 2784, 2523, 2784, 2523};
 
-CPalmMatch g_match_inst;
-
-i_feature_match* get_feature_match_inst() {
-    return &g_match_inst;
-}
-
-void release_feature_match_inst() {}
-
 namespace {
 
 // Single-precision reciprocals of the overlap sizes that some translations

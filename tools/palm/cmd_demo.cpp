@@ -101,7 +101,8 @@ int run_demo(demo_state state) {
 }  // namespace
 
 std::vector<demo_section> const& demo_sections() {
-    static std::vector<demo_section> const all = {demo_server_store, demo_matching, demo_frames};
+    static std::vector<demo_section> const all = {demo_server_store, demo_matching, demo_frames,
+                                                   demo_device};
     return all;
 }
 

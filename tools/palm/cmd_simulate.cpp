@@ -1,5 +1,8 @@
 // "palm simulate --identity N [pose options] OUTDIR": renders a frame pair of
 // the synthetic camera (vl.png, nir.png) and prints where the webs lie.
+// "palm simulate --stream N [--identity N] [--hand H] [--day D] OUTDIR":
+// renders a capture stream of N frames (40 to 80) as NNNN_vl.png and
+// NNNN_nir.png, a person presenting one hand to the device.
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -11,6 +14,7 @@
 #include "file_util.h"
 #include "grey_image_io.h"
 #include "sim/synthetic_camera.h"
+#include "sim/synthetic_stream.h"
 
 namespace {
 
@@ -23,9 +27,43 @@ struct simulate_options {
     double noise = 0;
     double noise_seed = 0;
     std::string outdir;
+    int stream = 0;
+    int hand = 1;
+    double day = 1;
 };
 
+int run_stream(simulate_options const& opt) {
+    double const identity = opt.identity < 0 ? 1 : opt.identity;
+    if (opt.stream < palm_test::capture_stream::MIN_FRAMES ||
+        opt.stream > palm_test::capture_stream::MAX_FRAMES || identity > 4294967295.0 ||
+        identity != std::floor(identity) || opt.day < 0 || opt.day > 4294967295.0 ||
+        opt.day != std::floor(opt.day) || (opt.hand != 0 && opt.hand != 1))
+        return palm_tool::fail(
+            "usage: palm simulate --stream N [--identity N] [--hand 1|0] [--day D] OUTDIR, "
+            "N from 40 to 80");
+    if (!palm_tool::make_dir(opt.outdir))
+        return palm_tool::fail("cannot create '" + opt.outdir + "'");
+    palm_test::ensure_lens_tables();
+    palm_test::capture_stream const s(static_cast<std::uint32_t>(identity), opt.hand,
+                                      static_cast<std::uint32_t>(opt.day), opt.stream);
+    std::string error;
+    for (int i = 0; i < s.size(); ++i) {
+        char name[16];
+        std::snprintf(name, sizeof name, "%04d", i);
+        std::string const base = opt.outdir + "/" + name;
+        palm_share::image_pair const f = s.frame(i);
+        if (!palm_tool::write_grey_image(base + "_vl.png", f.vl, error) ||
+            !palm_tool::write_grey_image(base + "_nir.png", f.nir, error))
+            return palm_tool::fail(error);
+        std::printf("%s %s\n", name, s.phase(i));
+    }
+    std::printf("wrote %d frame pairs to %s\n", s.size(), opt.outdir.c_str());
+    return 0;
+}
+
 int run_simulate(simulate_options const& opt) {
+    if (opt.stream != 0)
+        return run_stream(opt);
     std::string const usage =
         "usage: palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
         "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR";
@@ -67,7 +105,11 @@ palm_tool::runner setup_simulate(CLI::App& app) {
     opt->scale = defaults.scale;
     opt->noise = defaults.noise;
     opt->noise_seed = defaults.noise_seed;
-    app.add_option("--identity", opt->identity, "the synthetic palm, 0 to 4294967295")->required();
+    app.add_option("--identity", opt->identity,
+                   "the synthetic palm, 0 to 4294967295 (required without --stream)");
+    app.add_option("--stream", opt->stream, "render a capture stream of N frames, 40 to 80");
+    app.add_option("--hand", opt->hand, "with --stream: hand 1 (first) or 0 (second)");
+    app.add_option("--day", opt->day, "with --stream: the day, which varies place and light");
     app.add_option("--offset", opt->offset, "shift of the hand in pixels, X Y")->expected(2);
     app.add_option("--rotation", opt->rotation, "turn of the hand in degrees");
     app.add_option("--scale", opt->scale, "size of the hand, above 0.2 and below 5");
@@ -83,6 +125,8 @@ palm_tool::runner setup_simulate(CLI::App& app) {
 
 PALM_COMMAND("simulate",
              "palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR",
-             "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N",
+             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] OUTDIR | palm simulate --stream N "
+             "[--identity N] [--hand 1|0] [--day D] OUTDIR",
+             "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N, or a capture "
+             "stream of N frame pairs",
              "palm simulate --identity 7 --rotation 5 frames", setup_simulate);

@@ -27,6 +27,7 @@ std::vector<demo_section> const& demo_sections();
 int demo_server_store(demo_state& state);
 int demo_matching(demo_state& state);
 int demo_frames(demo_state& state);
+int demo_device(demo_state& state);
 
 std::string demo_user_name(int i);
 
