@@ -12,8 +12,8 @@ palm_test::tool_result palm(std::string const& args) {
     return palm_test::run_tool(PALM_TOOL_PATH, args);
 }
 
-char const* const all_commands[] = {"crop", "demo",  "extract",  "image",
-                                    "lens", "match", "simulate", "text"};
+char const* const all_commands[] = {"crop",  "demo",     "evaluate", "extract", "image",
+                                    "lens",  "match",    "simulate", "text"};
 
 TEST(ToolCommandLine, EveryCommandHasHelpWithOptionsAndAnExample) {
     for (char const* name : all_commands) {
