@@ -11,8 +11,9 @@ tuples of codes; feature texts are ``str``.
     d = palm.match(code, palm.extract(other_roi))      # 0.0 equal .. 1.0
     text, md5 = palm.crypt_feature([(print_code, vein_code)])
 
-Coding, matching, cropping and the server-side matching functions release
-the interpreter lock, so Python threads run them in parallel.
+Coding, matching, cropping, the pre-check and the server-side functions
+release the interpreter lock, so Python threads run them in parallel; the
+device workflow (enrol, login) runs one call at a time.
 ``python3 -m palm.evaluate DATASET_DIR`` measures accuracy on a dataset.
 """
 

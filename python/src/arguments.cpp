@@ -159,6 +159,44 @@ long long integer_argument(py::handle object, argument const& arg, long long low
     return v;
 }
 
+palm_feature::user_palm_feature record_argument(py::handle cells, argument const& arg) {
+    if (!py::isinstance<py::sequence>(cells) || py::isinstance<py::str>(cells) ||
+        py::isinstance<py::bytes>(cells)) {
+        throw py::type_error(arg.where() +
+                             ": expected a list of (print, vein) tuples of 384-byte codes");
+    }
+    py::sequence seq = py::reinterpret_borrow<py::sequence>(cells);
+    palm_feature::user_palm_feature record;
+    record.cells.reserve(seq.size());
+    std::string const label = std::string(arg.name) + "[";
+    for (std::size_t i = 0; i < seq.size(); ++i) {
+        py::object cell = seq[i];
+        std::string const at = label + std::to_string(i) + "]";
+        argument const here{arg.function, at.c_str()};
+        if (!py::isinstance<py::sequence>(cell) || py::isinstance<py::str>(cell) ||
+            PyObject_CheckBuffer(cell.ptr())) {
+            throw py::type_error(here.where() + ": expected a (print, vein) tuple");
+        }
+        py::sequence pair = py::reinterpret_borrow<py::sequence>(cell);
+        if (pair.size() != 2) {
+            throw py::value_error(here.where() + ": expected a (print, vein) tuple, got " +
+                                  std::to_string(pair.size()) + " items");
+        }
+        record.cells.emplace_back();
+        std::string const print_at = at + "[0]", vein_at = at + "[1]";
+        code_argument(pair[0], argument{arg.function, print_at.c_str()}, record.cells.back().first);
+        code_argument(pair[1], argument{arg.function, vein_at.c_str()}, record.cells.back().second);
+    }
+    return record;
+}
+
+py::list record_cells(palm_feature::user_palm_feature const& record) {
+    py::list cells;
+    for (auto const& cell : record.cells)
+        cells.append(py::make_tuple(code_bytes(cell.first), code_bytes(cell.second)));
+    return cells;
+}
+
 int int_argument(py::handle object, argument const& arg, int low, int high) {
     return static_cast<int>(integer_argument(object, arg, low, high));
 }

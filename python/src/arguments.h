@@ -12,6 +12,7 @@
 #include <string>
 
 #include "palm/feature/single_feature.h"
+#include "palm/feature/user_palm_feature.h"
 #include "palm/image/palm_image.h"
 
 namespace palm_python {
@@ -49,6 +50,12 @@ void code_argument(py::handle object, argument const& arg, palm_feature::single_
 
 // A palm code as bytes.
 py::bytes code_bytes(palm_feature::single_feature const& code);
+
+// A record: a sequence of (print, vein) pairs of palm codes.
+palm_feature::user_palm_feature record_argument(py::handle cells, argument const& arg);
+
+// The cells of a record as a list of (print, vein) tuples of bytes.
+py::list record_cells(palm_feature::user_palm_feature const& record);
 
 // A string for the C interface: str (taken as UTF-8) or bytes, without NUL
 // characters and at most `max_length` bytes long.

@@ -96,3 +96,7 @@ def test_threads_code_and_crop_the_same_as_one_thread(frames, regions):
     for t in threads:
         t.join()
     assert results == [(True, True)] * 40
+
+
+def test_precheck_runs_without_the_lock(frames):
+    assert main_thread_runs_during(lambda: palm.precheck(frames[1]))
