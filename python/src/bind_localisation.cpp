@@ -150,7 +150,9 @@ void bind_localisation(py::module_& m) {
     m.def("crop", &crop, py::arg("vl"), py::arg("nir"),
           "Locates the palm in a frame pair (two uint8 arrays of the same shape, visible\n"
           "light and near infrared, 480x640 for the device) and cuts both 110x110\n"
-          "regions. Returns a CropResult. Runs without the interpreter lock.");
+          "regions. Returns a CropResult. Runs without the interpreter lock. Each\n"
+          "thread sizes its working images by the first frame it crops and keeps\n"
+          "them: crop frames of one size on a thread.");
 }
 
 }  // namespace palm_python
