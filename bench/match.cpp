@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "palm/matching/feature_match.h"
+#include "palm/matching/match_probe.h"
 #include "sim/random_codes.h"
 
 using palm_algorithm::g_match_inst;
@@ -68,6 +69,23 @@ BENCHMARK_CAPTURE(BM_MatchPath, all_reference, i_feature_match::DEGREE_ALL, matc
 BENCHMARK_CAPTURE(BM_MatchPath, all_popcnt, i_feature_match::DEGREE_ALL, match_path::popcnt);
 BENCHMARK_CAPTURE(BM_MatchPath, all_avx2, i_feature_match::DEGREE_ALL, match_path::avx2);
 BENCHMARK_CAPTURE(BM_MatchPath, all_avx512, i_feature_match::DEGREE_ALL, match_path::avx512);
+// One probe prepared once against many codes, as identification compares.
+void BM_MatchProbe(benchmark::State& state, match_path path) {
+    if (!palm_algorithm::match_path_supported(path)) {
+        state.SkipWithError("processor lacks the path");
+        return;
+    }
+    const code_pairs& p = pairs();
+    palm_algorithm::match_probe probe(path);
+    probe.reset(p.first[0].data);
+    size_t i = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(probe.distance(p.second[i].data));
+        i = (i + 1) % p.second.size();
+    }
+}
+BENCHMARK_CAPTURE(BM_MatchProbe, all_prepared_avx512, match_path::avx512);
+BENCHMARK_CAPTURE(BM_MatchProbe, all_prepared_avx2, match_path::avx2);
 BENCHMARK_CAPTURE(BM_Match, light_fast, i_feature_match::DEGREE_LIGHT);
 BENCHMARK_CAPTURE(BM_MatchPath, light_reference, i_feature_match::DEGREE_LIGHT, match_path::table);
 BENCHMARK_CAPTURE(BM_MatchPath, light_avx2, i_feature_match::DEGREE_LIGHT, match_path::avx2);

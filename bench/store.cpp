@@ -70,10 +70,11 @@ void BM_MemoryPerTemplate(benchmark::State& state) {
     for (auto _ : state) {
         auto env = std::make_unique<palm_recognition::rcg_environment>();
         malloc_trim(0);
-        std::size_t const heap_before = mallinfo2().uordblks;
+        // Small blocks come from the heap, large ones are mapped on their own.
+        std::size_t const heap_before = mallinfo2().uordblks + mallinfo2().hblkhd;
         std::size_t const pool_before = palm_feature::feature_block_pool::blocks_in_use();
         for (int i = 0; i < n; ++i) env->push_template(users[i].c_str(), t[i % t.size()].c_str());
-        std::size_t const heap_after = mallinfo2().uordblks;
+        std::size_t const heap_after = mallinfo2().uordblks + mallinfo2().hblkhd;
         std::size_t const pool_after = palm_feature::feature_block_pool::blocks_in_use();
         double const bytes =
             double(heap_after - heap_before) +

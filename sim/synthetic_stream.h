@@ -21,8 +21,8 @@ class capture_stream {
     // Size of the hand that fills the prompt rectangle of the device well
     // enough for its pre-check (about 55 % of it).
     static constexpr double DEVICE_SCALE = 1.42;
-    static const int MIN_FRAMES = 40;
-    static const int MAX_FRAMES = 80;
+    static constexpr int MIN_FRAMES = 40;
+    static constexpr int MAX_FRAMES = 80;
 
     // `hand` 1 or 0 (first or second hand of `identity`); `day` varies the
     // resting place, light and noise. `frames` is held within 40 to 80.

@@ -14,7 +14,7 @@
 namespace palm_feature_lib {
 
 // Selects a slot: 1 is the first hand, every other value the second.
-enum hand { second_hand = 0, first_hand = 1 };
+enum hand : int { second_hand = 0, first_hand = 1 };
 
 // The two hands of one id; each slot owns its record or is null.
 struct PALM_EXPORT two_hand_feature {

@@ -48,13 +48,29 @@ float heavy_distance(const int counts[MATCH_TRANSLATIONS]) {
     return best;
 }
 
-float all_distance(const int counts[MATCH_TRANSLATIONS]) {
+}  // namespace
+
+// Rounding to single precision never reverses an order, so the smallest of
+// the rounded quotients is the rounding of the smallest exact quotient. That
+// one is found by comparing fractions exactly in integers, and only it is
+// divided. The centre keeps its own product, as Match_Reference does.
+float match_all_distance(const int counts[MATCH_TRANSLATIONS]) {
+    long long best_count = counts[1];
+    long long best_overlap = g_piOverlapSize[1];
+    for (int i = 2; i < MATCH_TRANSLATIONS; ++i) {
+        // Selects rather than branches: which quotient is smallest is
+        // unpredictable.
+        bool const smaller = counts[i] * best_overlap < best_count * g_piOverlapSize[i];
+        best_count = smaller ? counts[i] : best_count;
+        best_overlap = smaller ? g_piOverlapSize[i] : best_overlap;
+    }
     float best = 1.0f;
     keep_smaller(best, scaled(counts[0], RECIPROCAL_3072));
-    for (int i = 1; i < MATCH_TRANSLATIONS; ++i)
-        keep_smaller(best, divided(counts[i], i));
+    keep_smaller(best, static_cast<float>(best_count) / static_cast<float>(best_overlap));
     return best;
 }
+
+namespace {
 
 bool known_degree(i_feature_match::Match_Degree degree) {
     return degree == i_feature_match::DEGREE_LIGHT || degree == i_feature_match::DEGREE_HEAVY ||
@@ -110,7 +126,7 @@ float CPalmMatch::Match_On(match_path path, const palm_feature::single_feature& 
             return heavy_distance(counts);
         case DEGREE_ALL:
             counter->all(first.data, second.data, counts);
-            return all_distance(counts);
+            return match_all_distance(counts);
     }
     return 1.0f;
 }

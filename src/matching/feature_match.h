@@ -18,6 +18,13 @@ namespace palm_algorithm {
 // of s, 3 x (32 - s)^2 for a diagonal one.
 extern const int g_piOverlapSize[MATCH_TRANSLATIONS];
 
+// The DEGREE_ALL distance of the counts at every translation of the star:
+// the centre's count times the single-precision reciprocal of 3072, each
+// other count divided by its overlap in single precision, and the smallest
+// of these and 1.0. Equal bit for bit to taking each quotient in turn, with a
+// single division.
+float match_all_distance(const int counts[MATCH_TRANSLATIONS]);
+
 class CPalmMatch : public i_feature_match {
   public:
     CPalmMatch();

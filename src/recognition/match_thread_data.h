@@ -1,31 +1,56 @@
-// The work order of one partition worker: which share of the partition's
-// users to compare against which probe cell, and where to put the results.
+// The work order of one partition worker, the coarse stage of one probe cell
+// that all of them share, and what each of them hands back.
 #ifndef PALM_RECOGNITION_MATCH_THREAD_DATA_H_
 #define PALM_RECOGNITION_MATCH_THREAD_DATA_H_
 
+#include <atomic>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "palm/matching/i_feature_match.h"
-#include "palm/feature/palm_cell.h"
-#include "palm/feature/single_feature.h"
+#include "palm/matching/match_probe.h"
 #include "palm/recognition/match_gate.h"
 #include "palm/recognition/simple_feature_lib.h"
+#include "palm/recognition/sweep_slot.h"
 
 namespace palm_recognition {
 
-struct match_thread_data {
-    palm_algorithm::i_feature_match* matcher = nullptr;
+// One user's place in the list of an identification: the key (distance,
+// user index) by which the list is ordered, and the template cell that gave
+// the distance. A user without a template has the key (0.0, 0).
+struct coarse_result {
+    double distance;
+    int index;
+    int cell;
+
+    bool operator<(coarse_result const& o) const {
+        return distance < o.distance || (distance == o.distance && index < o.index);
+    }
+};
+
+// The coarse stage of one probe cell over the users of a partition. Users are
+// handed out in blocks, in order, to whoever asks next.
+struct sweep_job {
+    palm_algorithm::match_probe const* probe = nullptr;  // the cell's print, prepared
     simple_feature_lib const* lib = nullptr;
-    palm_feature::palm_cell<palm_feature::single_feature> const* probe = nullptr;
     std::vector<std::string const*> const* users = nullptr;
-    unsigned int begin = 0;
-    unsigned int count = 0;
-    // Shared results, one slot per user; shares never overlap.
-    std::vector<std::pair<double, int> >* distances = nullptr;
-    std::vector<int>* best_cells = nullptr;
-    match_gate finish_gate;  // closed while the worker works a share
+    std::vector<sweep_slot const*> const* slots = nullptr;  // beside users
+    bool parallel_rule = true;                              // which stride rule
+    unsigned keep = 0;                                      // length of the list
+    std::atomic<unsigned> next{0};                          // first user not handed out
+};
+
+// What one sweeper keeps of the users it compared: the `keep` best as a heap,
+// largest key on top, and, if it met user 0, the cell that user 0 won with.
+struct sweep_result {
+    std::vector<coarse_result> best;
+    bool saw_first_user = false;
+    int first_user_cell = 0;
+};
+
+struct match_thread_data {
+    sweep_job* job = nullptr;
+    sweep_result result;
+    match_gate finish_gate;  // closed while the worker works
     match_gate start_gate;   // closed until there is work
     bool running = true;     // false tells the worker to end
     bool failed = false;     // the share ended in an exception

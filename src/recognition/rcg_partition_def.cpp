@@ -7,6 +7,7 @@
 #include <exception>
 
 #include "palm/feature/unpack_feature.h"
+#include "palm/matching/match_probe.h"
 #include "palm/recognition/decision.h"
 #include "palm/recognition/match_distance_login.h"
 #include "palm/recognition/match_thread_data.h"
@@ -19,7 +20,18 @@ std::uint64_t next_partition_serial() {
     static std::atomic<std::uint64_t> serial{0};
     return ++serial;
 }
+
+std::atomic<unsigned> g_pinned_worker_count{0};
 }  // namespace
+
+void rcg_partition_def::pin_worker_count(unsigned workers) {
+    g_pinned_worker_count = workers;
+}
+
+unsigned rcg_partition_def::worker_count() {
+    unsigned const pinned = g_pinned_worker_count;
+    return pinned != 0 ? pinned : boost::thread::hardware_concurrency();
+}
 
 rcg_partition_def::rcg_partition_def(simple_feature_lib const& store, bool parallel_)
     : lib(store),
@@ -51,7 +63,7 @@ rcg_partition_def::~rcg_partition_def() {
 
 void rcg_partition_def::start_workers() {
     if (!parallel) return;
-    thread_count = boost::thread::hardware_concurrency();
+    thread_count = worker_count();
     try {
         for (unsigned w = 0; w < thread_count; ++w) {
             match_thread_data* data = new match_thread_data();
@@ -95,8 +107,7 @@ void rcg_partition_def::match_thread_func(match_thread_data* data) {
         // An exception must not end the worker, or the dispatcher would wait
         // for it for ever: the share is reported as failed instead.
         try {
-            coarse_stage(data->matcher, *data->lib, *data->probe, *data->users, data->begin,
-                         data->count, true, *data->distances, *data->best_cells);
+            sweep(*data->job, data->result);
             data->failed = false;
         } catch (std::exception const&) {
             data->failed = true;
@@ -107,20 +118,46 @@ void rcg_partition_def::match_thread_func(match_thread_data* data) {
 
 bool rcg_partition_def::add_user(std::string const* user) {
     boost::unique_lock<boost::shared_mutex> lock(mutex);
-    if (std::find(users.begin(), users.end(), user) != users.end()) return false;
+    refresh_slots();
+    if (members_.count(user) != 0)
+        return false;
+    sweep_slot const* const slot = lib.find_slot(user);
+    // Room first, so that the list, its slots and the set change together.
+    users.reserve(users.size() + 1);
+    user_slots_.reserve(user_slots_.size() + 1);
+    members_.insert(user);
     users.push_back(user);
+    user_slots_.push_back(slot);
     return true;
 }
 
 void rcg_partition_def::delete_user(std::string const* user) {
     boost::unique_lock<boost::shared_mutex> lock(mutex);
+    refresh_slots();
+    if (members_.erase(user) == 0)
+        return;
     auto const it = std::find(users.begin(), users.end(), user);
-    if (it != users.end()) users.erase(it);
+    user_slots_.erase(user_slots_.begin() + (it - users.begin()));
+    users.erase(it);
 }
 
 void rcg_partition_def::clear_users() {
     boost::unique_lock<boost::shared_mutex> lock(mutex);
     users.clear();
+    user_slots_.clear();
+    members_.clear();
+}
+
+void rcg_partition_def::refresh_slots() const {
+    if (user_slots_.size() == users.size() && members_.size() == users.size())
+        return;
+    // `users` was changed directly: describe it afresh.
+    auto& self = const_cast<rcg_partition_def&>(*this);
+    self.members_.clear();
+    self.members_.insert(users.begin(), users.end());
+    user_slots_.clear();
+    for (std::string const* user : users)
+        user_slots_.push_back(lib.find_slot(user));
 }
 
 bool rcg_partition_def::set_match_policy(int policy) {
@@ -271,76 +308,187 @@ bool rcg_partition_def::match_1vN(char const* text, char const* /*spare*/) const
     return !name.empty();
 }
 
-void rcg_partition_def::coarse_stage(palm_algorithm::i_feature_match* matcher,
-                                     simple_feature_lib const& store, cell_type const& probe,
-                                     std::vector<std::string const*> const& list, unsigned begin,
-                                     unsigned count, bool parallel_rule,
-                                     std::vector<std::pair<double, int> >& distances,
-                                     std::vector<int>& best_cells) {
-    for (unsigned i = begin; i < begin + count; ++i) {
-        palm_feature::user_palm_feature const* const t = store.find_template(list[i]);
-        if (t == nullptr) continue;  // the slot keeps its initial (0.0, 0)
-        int const cells = t->size();
-        int const stride = parallel_rule ? parallel_stride(cells) : normal_stride(cells);
+namespace {
+
+// Users handed out to a sweeper at a time: large enough that taking a block
+// costs nothing beside comparing it, small enough that sweepers finish
+// together.
+const unsigned SWEEP_BLOCK = 256;
+
+// Offers one user's result to a sweeper's heap of the `keep` best.
+inline void offer(sweep_result& out, unsigned keep, coarse_result const& r) {
+    std::vector<coarse_result>& heap = out.best;
+    if (heap.size() < keep) {
+        heap.push_back(r);
+        std::push_heap(heap.begin(), heap.end());
+    } else if (r < heap.front()) {
+        std::pop_heap(heap.begin(), heap.end());
+        heap.back() = r;
+        std::push_heap(heap.begin(), heap.end());
+    }
+}
+
+// The start of a run. Runs of users pushed one after another lie one after
+// another, and the processor's own prefetcher follows such a stream better
+// than a prefetch of every line (measured: that costs a tenth more); where a
+// partition jumps to another part of the store, the first lines set it on
+// the new run.
+inline void prefetch_run(unsigned char const* run) {
+    __builtin_prefetch(run);
+    __builtin_prefetch(run + 64);
+}
+
+// The coarse stage for users [begin, end): each user's best print distance
+// over every stride-th cell of its template, offered to the sweeper's heap.
+void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_result& out) {
+    std::vector<std::string const*> const& users = *job.users;
+    std::vector<sweep_slot const*> const& slots = *job.slots;
+    palm_algorithm::match_probe const& probe = *job.probe;
+    // Slots lie wherever names were made: the slot a few users ahead is
+    // fetched early, and the run of the user after next once its slot is at
+    // hand.
+    const unsigned SLOT_AHEAD = 6, CODES_AHEAD = 2;
+    for (unsigned i = begin; i < end && i < begin + CODES_AHEAD; ++i)
+        if (slots[i] != nullptr && slots[i]->sampled_prints != nullptr)
+            prefetch_run(slots[i]->sampled_prints);
+    for (unsigned i = begin; i < end; ++i) {
+        if (i + SLOT_AHEAD < end && slots[i + SLOT_AHEAD] != nullptr)
+            __builtin_prefetch(slots[i + SLOT_AHEAD]);
+        if (i + CODES_AHEAD < end) {
+            sweep_slot const* ahead = slots[i + CODES_AHEAD];
+            if (ahead != nullptr && ahead->sampled_prints != nullptr)
+                prefetch_run(ahead->sampled_prints);
+        }
+
+        sweep_slot const* const slot = slots[i];
+        palm_feature::user_palm_feature const* t;
+        unsigned char const* run = nullptr;
+        int cells = 0;
+        // The slot alone serves a template whose sampled prints lie in a
+        // run: the record itself is not touched.
+        if (slot != nullptr && slot->name == users[i]) {
+            t = slot->record;
+            run = slot->sampled_prints;
+            cells = slot->cells;
+        } else {
+            t = job.lib->find_template(users[i]);
+            if (t != nullptr) cells = t->size();
+        }
+        if (t == nullptr) {
+            // The slot keeps its initial (0.0, 0).
+            offer(out, job.keep, coarse_result{0.0, 0, 0});
+            if (i == 0) {
+                out.saw_first_user = true;
+                out.first_user_cell = 0;
+            }
+            continue;
+        }
+        int const stride = job.parallel_rule ? rcg_partition_def::parallel_stride(cells)
+                                             : rcg_partition_def::normal_stride(cells);
+        if (stride != 5)
+            run = nullptr;
         float d = 1.0f;
+        int best_cell = 0;
         for (int k = 0; k < cells; k += stride) {
-            float const e = matcher->match(probe.first, (*t)[k].first,
-                                           palm_algorithm::i_feature_match::DEGREE_ALL);
+            unsigned char const* code = run != nullptr
+                                            ? run + (k / 5) * print_sample_arena::CODE_BYTES
+                                            : (*t)[k].first.data;
+            float const e = probe.distance(code);
             if (d > e) {
-                best_cells[i] = k;
+                best_cell = k;
                 d = e;
             }
         }
-        distances[i] = std::make_pair(static_cast<double>(d), static_cast<int>(i));
+        offer(out, job.keep, coarse_result{static_cast<double>(d), static_cast<int>(i), best_cell});
+        if (i == 0) {
+            out.saw_first_user = true;
+            out.first_user_cell = best_cell;
+        }
+    }
+}
+
+}  // namespace
+
+void rcg_partition_def::sweep(sweep_job& job, sweep_result& out) {
+    out.best.clear();
+    out.saw_first_user = false;
+    out.first_user_cell = 0;
+    unsigned const n = static_cast<unsigned>(job.users->size());
+    for (;;) {
+        unsigned const begin = job.next.fetch_add(SWEEP_BLOCK, std::memory_order_relaxed);
+        if (begin >= n)
+            break;
+        sweep_range(job, begin, std::min(n, begin + SWEEP_BLOCK), out);
     }
 }
 
 std::string const* rcg_partition_def::normal_lib_match(cell_type const& probe) const {
-    std::size_t const n = users.size();
-    if (n == 0) return nullptr;
-    std::vector<std::pair<double, int> > distances(n);
-    std::vector<int> best_cells(n, 0);
-    coarse_stage(palm_algorithm::get_feature_match_inst(), lib, probe, users, 0,
-                 static_cast<unsigned>(n), false, distances, best_cells);
-    return common_tail(probe, distances, best_cells);
+    return lib_match(probe, false, nullptr);
 }
 
 std::string const* rcg_partition_def::parell_lib_match(cell_type const& probe) const {
+    return lib_match(probe, true, nullptr);
+}
+
+std::string const* rcg_partition_def::lib_match(cell_type const& probe, bool on_workers,
+                                                search_trace* trace) const {
     std::size_t const n = users.size();
     if (n == 0) return nullptr;
-    std::vector<std::pair<double, int> > distances(n);
-    std::vector<int> best_cells(n, 0);
-    palm_algorithm::i_feature_match* const matcher = palm_algorithm::get_feature_match_inst();
+    refresh_slots();
+    if (!prepared_)
+        prepared_.reset(new palm_algorithm::match_probe());
+    prepared_->reset(probe.first.data);
 
-    std::vector<std::pair<unsigned, unsigned> > const shares =
-        worker_shares(static_cast<unsigned>(n), static_cast<unsigned>(thread_data.size()));
-    if (shares.empty()) {
-        // A machine that reports no processors has no pool: the calling
-        // thread does the one share itself, by the same rule.
-        coarse_stage(matcher, lib, probe, users, 0, static_cast<unsigned>(n), true, distances,
-                     best_cells);
-        return common_tail(probe, distances, best_cells);
+    sweep_job job;
+    job.probe = prepared_.get();
+    job.lib = &lib;
+    job.users = &users;
+    job.slots = &user_slots_;
+    job.parallel_rule = on_workers;
+    job.keep = static_cast<unsigned>(std::min<std::size_t>(n, FINE_CANDIDATES));
+
+    // The list: the best of every sweeper's best, in the order of the sort.
+    merged_.clear();
+    int first_user_cell = 0;
+    unsigned const workers =
+        on_workers ? static_cast<unsigned>(worker_shares(static_cast<unsigned>(n),
+                                                         static_cast<unsigned>(thread_data.size()))
+                                               .size())
+                   : 0;
+    if (workers == 0) {
+        // The search on the calling thread, or a machine that reports no
+        // processors and so has no pool: the calling thread sweeps alone, by
+        // the rule of the search asked for.
+        if (!serial_result_)
+            serial_result_.reset(new sweep_result());
+        sweep(job, *serial_result_);
+        merged_ = serial_result_->best;
+        first_user_cell = serial_result_->first_user_cell;
+    } else {
+        for (unsigned w = 0; w < workers; ++w) {
+            thread_data[w]->job = &job;
+            thread_data[w]->start_gate.unlock();
+        }
+        bool failed = false;
+        for (unsigned w = 0; w < workers; ++w) {
+            match_thread_data* const data = thread_data[w];
+            data->finish_gate.lock();
+            failed = failed || data->failed;
+            data->job = nullptr;
+            merged_.insert(merged_.end(), data->result.best.begin(), data->result.best.end());
+            if (data->result.saw_first_user)
+                first_user_cell = data->result.first_user_cell;
+        }
+        if (failed)
+            return nullptr;
     }
-    unsigned const workers = static_cast<unsigned>(shares.size());
-    for (unsigned w = 0; w < workers; ++w) {
-        match_thread_data* const data = thread_data[w];
-        data->matcher = matcher;
-        data->lib = &lib;
-        data->probe = &probe;
-        data->users = &users;
-        data->begin = shares[w].first;
-        data->count = shares[w].second;
-        data->distances = &distances;
-        data->best_cells = &best_cells;
-        data->start_gate.unlock();
+    std::size_t const k = job.keep;
+    if (merged_.size() > k) {
+        std::nth_element(merged_.begin(), merged_.begin() + (k - 1), merged_.end());
+        merged_.resize(k);
     }
-    bool failed = false;
-    for (unsigned w = 0; w < workers; ++w) {
-        thread_data[w]->finish_gate.lock();
-        failed = failed || thread_data[w]->failed;
-    }
-    if (failed) return nullptr;
-    return common_tail(probe, distances, best_cells);
+    std::sort(merged_.begin(), merged_.end());
+    return common_tail(probe, merged_, first_user_cell, trace);
 }
 
 std::vector<std::pair<unsigned, unsigned> > rcg_partition_def::worker_shares(unsigned n,
@@ -354,52 +502,62 @@ std::vector<std::pair<unsigned, unsigned> > rcg_partition_def::worker_shares(uns
     return shares;
 }
 
+// The list holds each user with a template once, and the key (0.0, 0) once
+// for each user without one. Every slot of user index i reads and writes the
+// one best cell of user i: for i > 0 that is the slot's own cell, for i = 0
+// it is shared by user 0's own slot and all the (0.0, 0) slots.
 std::string const* rcg_partition_def::common_tail(cell_type const& probe,
-                                                  std::vector<std::pair<double, int> >& distances,
-                                                  std::vector<int>& best_cells) const {
+                                                  std::vector<coarse_result>& list,
+                                                  int first_user_cell, search_trace* trace) const {
     palm_algorithm::i_feature_match* const matcher = palm_algorithm::get_feature_match_inst();
     auto const degree = palm_algorithm::i_feature_match::DEGREE_ALL;
-    std::sort(distances.begin(), distances.end());
-    std::size_t const k = std::min<std::size_t>(distances.size(), FINE_CANDIDATES);
+    palm_algorithm::match_probe const& print = *prepared_;
+    auto cell_of = [&](coarse_result& r) -> int& {
+        return r.index == 0 ? first_user_cell : r.cell;
+    };
+    auto template_of = [&](int i) {
+        sweep_slot const* const slot = user_slots_[static_cast<std::size_t>(i)];
+        return slot != nullptr && slot->name == users[static_cast<std::size_t>(i)]
+                   ? slot->record
+                   : lib.find_template(users[static_cast<std::size_t>(i)]);
+    };
 
     // Fine stage: the four variants behind each original, for the best only.
     // The list is not sorted again.
-    for (std::size_t j = 0; j < k; ++j) {
-        int const i = distances[j].second;
-        palm_feature::user_palm_feature const* const t = lib.find_template(users[i]);
+    for (coarse_result& r : list) {
+        palm_feature::user_palm_feature const* const t = template_of(r.index);
         if (t == nullptr) continue;
         int const cells = t->size();
         if (!(cells > 9 && cells % 5 == 0)) continue;
         for (int b = 0; b < cells; b += 5) {
             for (int c = b + 1; c <= b + 4; ++c) {
-                double const e = matcher->match(probe.first, (*t)[c].first, degree);
-                if (e < distances[j].first) {
-                    distances[j].first = e;
-                    best_cells[i] = c;
+                double const e = print.distance((*t)[c].first.data);
+                if (e < r.distance) {
+                    r.distance = e;
+                    cell_of(r) = c;
                 }
             }
         }
     }
 
     // Verify stage: the vein of the one cell that won the print search.
-    std::vector<CANDINATE_INFO> candidates;
-    for (std::size_t j = 0; j < k; ++j) {
-        int const i = distances[j].second;
-        if (!(distances[j].first < print_limit)) continue;
-        palm_feature::user_palm_feature const* const t = lib.find_template(users[i]);
+    candidates_.clear();
+    for (coarse_result& r : list) {
+        if (!(r.distance < print_limit))
+            continue;
+        palm_feature::user_palm_feature const* const t = template_of(r.index);
         if (t == nullptr) continue;
-        float const f = matcher->match(probe.second, (*t)[best_cells[i]].second, degree);
+        float const f = matcher->match(probe.second, (*t)[cell_of(r)].second, degree);
         if (!(vein_limit > f)) continue;
-        std::pair<float, float> const d(static_cast<float>(distances[j].first), f);
+        std::pair<float, float> const d(static_cast<float>(r.distance), f);
         if (palm_recognition::decision(d, print_limit, vein_limit, bias))
-            candidates.push_back(CANDINATE_INFO{d.first, f, i});
+            candidates_.push_back(CANDINATE_INFO{d.first, f, r.index});
     }
-    if (candidates.empty()) return nullptr;
 
     // Select the smallest squared distance; a tie keeps the earlier one.
     float best = 2.0f;
     int index = -1;
-    for (auto const& c : candidates) {
+    for (auto const& c : candidates_) {
         float const q = c.print_dist * c.print_dist + c.vein_dist * c.vein_dist;
         if (q < best) {
             best = q;
@@ -408,8 +566,18 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     }
     // Only policy 5 can accept a pair with nothing below the start value;
     // such a search identifies nobody.
-    if (index < 0) return nullptr;
-    return users[static_cast<std::size_t>(index)];
+    std::string const* const chosen = index < 0 ? nullptr : users[static_cast<std::size_t>(index)];
+    if (trace != nullptr) {
+        trace->list.clear();
+        trace->cells.clear();
+        for (coarse_result& r : list) {
+            trace->list.push_back(std::make_pair(r.distance, r.index));
+            trace->cells.push_back(cell_of(r));
+        }
+        trace->candidates = candidates_;
+        trace->chosen = chosen;
+    }
+    return chosen;
 }
 
 }  // namespace palm_recognition

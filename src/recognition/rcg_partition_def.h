@@ -8,15 +8,16 @@
 #include <boost/thread/tss.hpp>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
-
-#include "palm/matching/i_feature_match.h"
 
 #include "palm/feature/palm_cell.h"
 #include "palm/feature/single_feature.h"
 #include "palm/feature/user_palm_feature.h"
+#include "palm/matching/i_feature_match.h"
 #include "palm/recognition/simple_feature_lib.h"
 
 namespace boost {
@@ -25,10 +26,17 @@ class thread;
 namespace palm_workflow {
 class i_feature_login;
 }
+namespace palm_algorithm {
+class match_probe;
+}
 
 namespace palm_recognition {
 
 struct match_thread_data;
+struct sweep_job;
+struct sweep_result;
+struct sweep_slot;
+struct coarse_result;
 
 class rcg_partition_def {
 public:
@@ -81,6 +89,27 @@ public:
     // The body of every worker.
     void match_thread_func(match_thread_data* data);
 
+    // What the search of one probe cell ended with, for tests that hold it
+    // against a plain transcription of the search.
+    struct search_trace {
+        // The first min(N, 50) slots of the sorted list, after the fine stage.
+        std::vector<std::pair<double, int> > list;
+        // The best cell of each slot's user, as the verify stage read it.
+        std::vector<int> cells;
+        std::vector<CANDINATE_INFO> candidates;
+        std::string const* chosen = nullptr;
+    };
+    // normal_lib_match (on_workers false) or parell_lib_match, recording what
+    // the search ended with when `trace` is not null. The caller holds `mutex`.
+    std::string const* lib_match(cell_type const& probe, bool on_workers,
+                                 search_trace* trace) const;
+
+    // The number of workers that a parallel partition created from now on
+    // starts: hardware_concurrency unless pinned. Only benchmarks pin it;
+    // 0 restores the default.
+    static void pin_worker_count(unsigned workers);
+    static unsigned worker_count();
+
     // Cells of a template of T cells that each coarse stage compares: every
     // `stride`-th from cell 0.
     static int normal_stride(int cells) { return cells % 5 > 1 ? 5 : 1; }
@@ -112,20 +141,17 @@ private:
 
     void start_workers();
     void stop_workers();
-    // Coarse stage for users [begin, begin + count): the best print distance
-    // of each over every `stride`-th cell of its template.
-    static void coarse_stage(palm_algorithm::i_feature_match* matcher,
-                             simple_feature_lib const& lib, cell_type const& probe,
-                             std::vector<std::string const*> const& users, unsigned begin,
-                             unsigned count, bool parallel_rule,
-                             std::vector<std::pair<double, int> >& distances,
-                             std::vector<int>& best_cells);
-    // Sort, fine stage, verify stage and selection, shared by both searches.
-    std::string const* common_tail(cell_type const& probe,
-                                   std::vector<std::pair<double, int> >& distances,
-                                   std::vector<int>& best_cells) const;
+    // Takes blocks of the job's users until none is left, keeping the best.
+    static void sweep(sweep_job& job, sweep_result& out);
+    // Sets user_slots_ from the store when it does not describe `users`.
+    void refresh_slots() const;
+    // The coarse stage on the workers; false when one of them failed.
+    bool sweep_on_workers(sweep_job& job) const;
+    // Fine stage, verify stage and selection over the sorted list.
+    std::string const* common_tail(cell_type const& probe, std::vector<coarse_result>& list,
+                                   int first_user_cell, search_trace* trace) const;
 
-public:
+  public:
     mutable boost::shared_mutex mutex;
     simple_feature_lib const& lib;
     std::vector<std::string const*> users;
@@ -145,6 +171,16 @@ public:
 
 private:
     std::uint64_t const serial_;
+    // Each user's sweep slot, beside `users`, and the users as a set, so that
+    // assignment need not scan the list.
+    mutable std::vector<sweep_slot const*> user_slots_;
+    std::unordered_set<std::string const*> members_;
+    // Buffers of the search, kept from one probe cell to the next; the
+    // partition's lock is held while they are used.
+    mutable std::unique_ptr<palm_algorithm::match_probe> prepared_;
+    mutable std::unique_ptr<sweep_result> serial_result_;
+    mutable std::vector<coarse_result> merged_;
+    mutable std::vector<CANDINATE_INFO> candidates_;
 };
 
 }  // namespace palm_recognition

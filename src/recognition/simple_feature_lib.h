@@ -14,6 +14,8 @@
 #include <vector>
 
 #include "palm/feature/user_palm_feature.h"
+#include "palm/recognition/print_sample_arena.h"
+#include "palm/recognition/sweep_slot.h"
 
 namespace palm_recognition {
 
@@ -44,18 +46,27 @@ public:
     // into the pool of stored code blocks.
     void store_template(std::string const* name, palm_feature::user_palm_feature& record);
 
+    // The sweep slot of an interned name, or null for a pointer that is not
+    // one of `names`. It lives as long as the name and always describes the
+    // name's current template; it changes only where templates change.
+    sweep_slot const* find_slot(std::string const* name) const;
+
     std::map<std::string const*, palm_feature::user_palm_feature> features;
     // Every known name in order of first appearance. May hold names that have
     // no template (assigned to a partition before their template came).
     std::vector<std::string const*> names;
 
 private:
-    // Index beside `names` so that a lookup need not scan; names are distinct,
-    // so it finds exactly what a scan from the front would find.
-    std::unordered_map<std::string_view, std::string const*> index_;
-    // Guards `names` and the index: assigning a user to a partition may add a
-    // name while other callers hold the environment lock only shared.
-    mutable std::mutex names_mutex_;
+  void release_samples(sweep_slot& slot);
+
+  // Index beside `names` so that a lookup need not scan; names are distinct,
+  // so it finds exactly what a scan from the front would find. Each entry
+  // holds the name's sweep slot; entries never move.
+  std::unordered_map<std::string_view, sweep_slot> index_;
+  print_sample_arena samples_;
+  // Guards `names` and the index: assigning a user to a partition may add a
+  // name while other callers hold the environment lock only shared.
+  mutable std::mutex names_mutex_;
 };
 
 }  // namespace palm_recognition

@@ -23,13 +23,13 @@ class PALM_EXPORT feature_enroll : public i_feature_enroll {
 
     // Two cells are neighbours when their print distance lies strictly below.
     static const float ENROLL_MAX_DISTANCE;
-    static const int REQUIRED_COUNT = 11;
+    static constexpr int REQUIRED_COUNT = 11;
     // Frames offered to one stage; the 151st call gives up.
-    static const int FRAME_LIMIT = 150;
+    static constexpr int FRAME_LIMIT = 150;
     // Adjacent fitting frames that open stage 0.
-    static const int PREDETECT_RUN = 4;
-    static const int MOST_CELLS = 33;
-    static const int SMALLEST_GROUP = 5;
+    static constexpr int PREDETECT_RUN = 4;
+    static constexpr int MOST_CELLS = 33;
+    static constexpr int SMALLEST_GROUP = 5;
     static constexpr float ENROLL_MAX_ANGLE = 30.0f;
 
     // The neighbour test of the candidate graph.

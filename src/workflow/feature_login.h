@@ -36,7 +36,7 @@ class PALM_EXPORT feature_login : public i_feature_login {
     static constexpr float MATCH_DISTANCE_LOGIN_BIAS_ENROLL = 0.75f;
     static constexpr float MATCH_DISTANCE_LOGIN_BIAS_LOOSE = 0.62f;
     // Most hands of the coarse sweep that the fine sweep refines.
-    static const int FINE_SWEEP_HANDS = 50;
+    static constexpr int FINE_SWEEP_HANDS = 50;
 
     // One identity that passed print, vein and bias.
     struct CANDINATE_INFO {

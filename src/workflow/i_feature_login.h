@@ -20,7 +20,7 @@ namespace palm_workflow {
 class PALM_EXPORT i_feature_login : public i_feature_process {
   public:
     // Row of the login limits; 1 is the default.
-    enum DETECT_INTENSITY {
+    enum DETECT_INTENSITY : int {
         DETECT_INTENSITY_0 = 0,
         DETECT_INTENSITY_1 = 1,
         DETECT_INTENSITY_2 = 2,
