@@ -46,11 +46,6 @@ palm_share::image_pair empty_frame(std::uint32_t seed) {
 
 }  // namespace
 
-// std::min and std::max take their arguments by reference, which needs the
-// constants defined somewhere.
-const int capture_stream::MIN_FRAMES;
-const int capture_stream::MAX_FRAMES;
-
 std::uint32_t capture_stream::palm_identity(std::uint32_t identity, int hand) {
     return hand == 1 ? identity : mix(identity, 0x5eed1u, 77u) | 0x80000000u;
 }
