@@ -16,4 +16,6 @@ apt-get install -y -q --no-install-recommends \
   libstb-dev libcli11-dev \
   liblapacke-dev \
   coreutils python3 pkg-config dpkg-dev file \
+  python3-dev pybind11-dev python3-numpy python3-matplotlib python3-pil python3-tqdm \
+  python3-pytest \
   clang libclang-rt-14-dev valgrind

@@ -12,9 +12,9 @@ palm_test::tool_result palm(std::string const& args) {
     return palm_test::run_tool(PALM_TOOL_PATH, args);
 }
 
-char const* const all_commands[] = {"calibrate", "crop",  "demo",     "enrol",    "exposure",
-                                    "extract",   "focus", "guide",    "image",    "lens",
-                                    "login",     "match", "precheck", "simulate", "text"};
+char const* const all_commands[] = {
+    "calibrate", "crop",  "demo", "enrol", "evaluate", "exposure", "extract",  "focus",
+    "guide",     "image", "lens", "login", "match",    "precheck", "simulate", "text"};
 
 TEST(ToolCommandLine, EveryCommandHasHelpWithOptionsAndAnExample) {
     for (char const* name : all_commands) {
