@@ -13,4 +13,8 @@ set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 # because palmConfig.cmake finds Boost.Thread for its users.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libboost-thread-dev (>= 1.74), libboost-system-dev (>= 1.74)")
+# The Python module's evaluation and the Java class need these at run time
+# only, so they are recommended rather than required.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
+    "python3-numpy, python3-matplotlib, python3-pil, python3-tqdm, default-jre-headless")
 include(CPack)

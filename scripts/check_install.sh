@@ -67,13 +67,19 @@ if [ -f "$build/java/palm_examples.jar" ] && command -v java >/dev/null; then
     IdentifyFromFolder "$texts/templates" "$texts/probes/user-007.txt" | grep "identified: user-007"
 fi
 
+if [ -d "$prefix/lib/python3/dist-packages/palm" ]; then
+  echo "-- Python module from the install"
+  (cd "$work" && PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 -c \
+    'import palm; t, d = palm.crypt_feature([(bytes(384), bytes(384))]); print("palm module: text of", len(t), "characters, md5", d)')
+fi
+
 echo "-- Debian package"
 (cd "$build" && cpack -G DEB -B "$work/deb" >/dev/null)
 deb=$(ls "$work"/deb/libpalm-dev_*.deb)
 dpkg-deb -c "$deb" | awk '{print $6}' | sed 's|^\./|/|' > "$work/deb-files.txt"
 for f in /usr/lib/libpalm.so.0 /usr/lib/libpalm.so /usr/include/palm/service/palm_service.h \
          /usr/lib/cmake/palm/palmConfig.cmake /usr/lib/pkgconfig/palm.pc /usr/bin/palm \
-         /usr/share/java/palm.jar; do
+         /usr/share/java/palm.jar /usr/lib/python3/dist-packages/palm/__init__.py; do
   grep -qx -- "$f" "$work/deb-files.txt" || { echo "missing from $(basename "$deb"): $f"; exit 1; }
 done
 if grep -q '/include/palm/recognition/' "$work/deb-files.txt"; then
