@@ -156,7 +156,8 @@ void identify(benchmark::State& state, rcg_environment& env, int partition) {
     for (auto _ : state) {
         bool const found = env.match_1vN(partition, probe.c_str(), "");
         benchmark::DoNotOptimize(found);
-        if (found) state.SkipWithError("a stranger was identified");
+        if (found)
+            state.SkipWithError("a stranger was identified");
     }
     state.counters["all_threads_cpu_ms"] = benchmark::Counter(
         1e3 * (process_cpu_seconds() - start) / static_cast<double>(state.iterations()));
@@ -215,7 +216,8 @@ void BM_Match1v1Records25Cells(benchmark::State& state) {
     env.create_partition(0, false);
     std::string const& a = texts()[0];
     std::string const& b = texts()[1];
-    for (auto _ : state) benchmark::DoNotOptimize(env.match_1v1(0, a.c_str(), "", b.c_str()));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(env.match_1v1(0, a.c_str(), "", b.c_str()));
 }
 BENCHMARK(BM_Match1v1Records25Cells)->Unit(benchmark::kMicrosecond);
 

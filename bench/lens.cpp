@@ -8,7 +8,8 @@
 namespace {
 
 void BM_GenerateMappingTable(benchmark::State& state) {
-    for (auto _ : state) palm_algorithm::CPalmCrop::GenerateMappingTable();
+    for (auto _ : state)
+        palm_algorithm::CPalmCrop::GenerateMappingTable();
     palm_algorithm::CPalmCrop::ReleaseMappingTable();
 }
 BENCHMARK(BM_GenerateMappingTable)->Unit(benchmark::kMillisecond);

@@ -29,14 +29,16 @@ std::vector<std::string> const& texts() {
 std::vector<std::string> names(int n) {
     std::vector<std::string> out;
     out.reserve(static_cast<std::size_t>(n));
-    for (int i = 0; i < n; ++i) out.push_back("user-" + std::to_string(i));
+    for (int i = 0; i < n; ++i)
+        out.push_back("user-" + std::to_string(i));
     return out;
 }
 
 void BM_UnpackFeature25Cells(benchmark::State& state) {
     std::string const& text = texts()[0];
     palm_feature::user_palm_feature record;
-    for (auto _ : state) benchmark::DoNotOptimize(palm_feature::unpack_feature(text.c_str(), record));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(palm_feature::unpack_feature(text.c_str(), record));
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
                             static_cast<int64_t>(text.size()));
 }
@@ -50,7 +52,8 @@ void BM_PushTemplates(benchmark::State& state) {
         state.PauseTiming();
         auto env = std::make_unique<palm_recognition::rcg_environment>();
         state.ResumeTiming();
-        for (int i = 0; i < n; ++i) env->push_template(users[i].c_str(), t[i % t.size()].c_str());
+        for (int i = 0; i < n; ++i)
+            env->push_template(users[i].c_str(), t[i % t.size()].c_str());
         state.PauseTiming();
         env.reset();
         state.ResumeTiming();
@@ -58,7 +61,12 @@ void BM_PushTemplates(benchmark::State& state) {
     state.counters["templates"] =
         benchmark::Counter(n, benchmark::Counter::kIsIterationInvariantRate);
 }
-BENCHMARK(BM_PushTemplates)->Arg(10000)->Arg(100000)->Iterations(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_PushTemplates)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // Heap bytes plus pool blocks per stored 25-cell template, against its 19,200
 // bytes of code.
@@ -73,7 +81,8 @@ void BM_MemoryPerTemplate(benchmark::State& state) {
         // Small blocks come from the heap, large ones are mapped on their own.
         std::size_t const heap_before = mallinfo2().uordblks + mallinfo2().hblkhd;
         std::size_t const pool_before = palm_feature::feature_block_pool::blocks_in_use();
-        for (int i = 0; i < n; ++i) env->push_template(users[i].c_str(), t[i % t.size()].c_str());
+        for (int i = 0; i < n; ++i)
+            env->push_template(users[i].c_str(), t[i % t.size()].c_str());
         std::size_t const heap_after = mallinfo2().uordblks + mallinfo2().hblkhd;
         std::size_t const pool_after = palm_feature::feature_block_pool::blocks_in_use();
         double const bytes =

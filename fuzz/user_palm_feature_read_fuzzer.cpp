@@ -28,17 +28,24 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
 
     // The buffer entry reads the same way and reports only stream exceptions.
     user_palm_feature other;
-    if (!other.from_buffer(p, static_cast<int>(block.size()))) std::abort();
-    if (other.size() != user.size()) std::abort();
-    if (!ok) return 0;
+    if (!other.from_buffer(p, static_cast<int>(block.size())))
+        std::abort();
+    if (other.size() != user.size())
+        std::abort();
+    if (!ok)
+        return 0;
 
-    if (user.size() < 1 || user.size() > palm_feature::MAX_USER_CELLS) std::abort();
+    if (user.size() < 1 || user.size() > palm_feature::MAX_USER_CELLS)
+        std::abort();
     std::ostringstream out;
-    if (!user.write(out)) std::abort();
+    if (!user.write(out))
+        std::abort();
     std::string const written = out.str();
     std::size_t const expected = 4 + 2 * palm_feature::FEATURE_DATA_SIZE * user.size();
-    if (written.size() != expected || expected > size) std::abort();
-    if (std::memcmp(written.data(), data, expected) != 0) std::abort();
+    if (written.size() != expected || expected > size)
+        std::abort();
+    if (std::memcmp(written.data(), data, expected) != 0)
+        std::abort();
 
     int n = 0;
     char* const buffer = user.tobuffer(n);

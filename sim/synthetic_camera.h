@@ -12,9 +12,9 @@
 
 #include <cstdint>
 
-#include "palm/localisation/calib_data.h"
 #include "palm/image/image_pair.h"
 #include "palm/image/point.h"
+#include "palm/localisation/calib_data.h"
 
 namespace palm_test {
 

@@ -39,7 +39,8 @@ std::vector<std::string> random_texts(int count, int cells, unsigned seed) {
     std::mt19937 rng(seed);
     std::vector<std::string> texts;
     texts.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) texts.push_back(feature_text(random_record(cells, rng)));
+    for (int i = 0; i < count; ++i)
+        texts.push_back(feature_text(random_record(cells, rng)));
     return texts;
 }
 

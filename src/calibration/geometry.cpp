@@ -32,8 +32,10 @@ void CalcPerpendicularLine(const SLine& l, const _point<double>& p, SLine& out) 
 }
 
 void LineLineIntersectPoint(const SLine& l1, const SLine& l2, _point<double>& out) {
-    if ((l1.a == 0 && l1.b == 0) || (l2.a == 0 && l2.b == 0)) return;
-    if (l1.a * l2.b == l1.b * l2.a) return;  // parallel
+    if ((l1.a == 0 && l1.b == 0) || (l2.a == 0 && l2.b == 0))
+        return;
+    if (l1.a * l2.b == l1.b * l2.a)
+        return;  // parallel
     double x, y;
     if (l1.a == 0) {
         y = -l1.c / l1.b;
@@ -74,7 +76,8 @@ void RotatePoint(_point<double> p, double angle, _point<double>& out) {
 }
 
 double Point2LineDist(_point<double> p, const SLine& l) {
-    if (l.a == 0 && l.b == 0) return 0;
+    if (l.a == 0 && l.b == 0)
+        return 0;
     return std::fabs(l.a * p.x + l.b * p.y + l.c) / Dist(_point<double>{l.a, l.b}, {0.0, 0.0});
 }
 
@@ -102,8 +105,10 @@ bool IsCollinear(const _point<double>& p1, const _point<double>& p2, const _poin
 }
 
 double CalcAngle(const _point<double>& p, const _point<double>& q) {
-    if (p.x == q.x) return PI / 2;
-    if (p.y == q.y) return 0;
+    if (p.x == q.x)
+        return PI / 2;
+    if (p.y == q.y)
+        return 0;
     return std::atan((q.y - p.y) / (q.x - p.x));
 }
 
@@ -111,7 +116,8 @@ void CircleCircleIntersectPoint(const SCircle& c1, const SCircle& c2, _point<dou
     double const x1 = c1.x, y1 = c1.y, r1 = c1.r;
     double const x2 = c2.x, y2 = c2.y, r2 = c2.r;
     if (y1 != y2) {
-        double const n = 0.5 * (x1 * x1 + r2 * r2 + y1 * y1 - y2 * y2 - r1 * r1 - x2 * x2) / (y1 - y2);
+        double const n =
+            0.5 * (x1 * x1 + r2 * r2 + y1 * y1 - y2 * y2 - r1 * r1 - x2 * x2) / (y1 - y2);
         double const m = (x2 - x1) / (y1 - y2);
         double const e = n - y1;
         double const A = 1 + m * m;
@@ -125,7 +131,8 @@ void CircleCircleIntersectPoint(const SCircle& c1, const SCircle& c2, _point<dou
         return;
     }
     double const d = std::fabs(x1 - x2);
-    if (d > r1 + r2) return;
+    if (d > r1 + r2)
+        return;
     // u is added whichever side the second circle lies on; kept so.
     double const u = (r1 * r1 + d * d - r2 * r2) / (2 * d);
     double const h = std::sqrt(r1 * r1 - u * u);
@@ -137,13 +144,15 @@ void CircleLineIntersectPoint(const SCircle& c, const SLine& l, _point<double>& 
                               _point<double>& out2) {
     double const cx = c.x, cy = c.y, r = c.r;
     double const a = l.a, b = l.b, k = l.c;
-    if (a == 0 && b == 0) return;
+    if (a == 0 && b == 0)
+        return;
     if (a == 0) {
         double const y = -k / b;
         double const p = -2 * cx;
         double const q = (y - cy) * (y - cy) + cx * cx - r * r;
         double const D = p * p - 4 * q;
-        if (D < 0) return;
+        if (D < 0)
+            return;
         out1 = _point<double>{-(std::sqrt(D) + p) / 2, y};
         out2 = _point<double>{(std::sqrt(D) - p) / 2, y};
         return;
@@ -153,7 +162,8 @@ void CircleLineIntersectPoint(const SCircle& c, const SLine& l, _point<double>& 
         double const p = -2 * cy;
         double const q = (x - cx) * (x - cx) + cy * cy - r * r;
         double const D = p * p - 4 * q;
-        if (D < 0) return;
+        if (D < 0)
+            return;
         out1 = _point<double>{x, -(std::sqrt(D) + p) / 2};
         out2 = _point<double>{x, (std::sqrt(D) - p) / 2};
         return;

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "palm/i_debug_interface.h"
 #include "palm/feature/single_feature.h"
+#include "palm/i_debug_interface.h"
 #include "palm/image/palm_image.h"
 #include "palm/palm_export.h"
 

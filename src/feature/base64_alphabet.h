@@ -16,8 +16,10 @@ struct b64_offset_table {
     constexpr b64_offset_table() : value() {
         constexpr char alphabet[] =
             "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-        for (int i = 0; i < 256; ++i) value[i] = 64;
-        for (int v = 0; v < 64; ++v) value[static_cast<unsigned char>(alphabet[v])] = v;
+        for (int i = 0; i < 256; ++i)
+            value[i] = 64;
+        for (int v = 0; v < 64; ++v)
+            value[static_cast<unsigned char>(alphabet[v])] = v;
     }
     constexpr unsigned char operator[](unsigned char c) const { return value[c]; }
 };

@@ -11,20 +11,21 @@ namespace palm_feature {
 
 template <typename CharT, typename Traits = std::char_traits<CharT> >
 class basic_imemstream : public std::basic_istream<CharT, Traits> {
-public:
+  public:
     // The block must outlive the stream.
     basic_imemstream(CharT* p, std::size_t n)
         : std::basic_istream<CharT, Traits>(nullptr), buf_(p, n, false) {
         this->init(&buf_);
     }
     ~basic_imemstream() override {
-        if (buf_.owned) delete[] buf_.buffer;
+        if (buf_.owned)
+            delete[] buf_.buffer;
         buf_.buffer = nullptr;
         buf_.size = 0;
         buf_.owned = false;
     }
 
-private:
+  private:
     mem_streambuf<CharT, Traits> buf_;
 };
 

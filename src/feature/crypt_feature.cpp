@@ -11,7 +11,8 @@ bool crypt_feature(palm_feature::user_palm_feature const& user, std::string& tex
                    std::string& digest) {
     int n = 0;
     std::unique_ptr<char[]> stream(user.tobuffer(n));
-    if (!stream) return false;
+    if (!stream)
+        return false;
 
     std::size_t const size = static_cast<std::size_t>(n);
     std::size_t const padded = 3 * (size / 3) + (size % 3 != 0 ? 3 : 0);

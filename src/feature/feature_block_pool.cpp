@@ -36,7 +36,8 @@ pool_state& state() {
 void reserve(pool_state& s) {
     void* p = mmap(nullptr, RESERVED_BYTES, PROT_READ | PROT_WRITE,
                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (p == MAP_FAILED) return;  // the pool stays empty; adopt() then refuses
+    if (p == MAP_FAILED)
+        return;  // the pool stays empty; adopt() then refuses
     s.next = static_cast<unsigned char*>(p);
     s.end.store(reinterpret_cast<std::uintptr_t>(p) + RESERVED_BYTES, std::memory_order_release);
     s.begin.store(reinterpret_cast<std::uintptr_t>(p), std::memory_order_release);
@@ -49,21 +50,25 @@ unsigned char* allocate(pool_state& s) {
     if (s.free_list) {
         p = s.free_list;
         std::memcpy(&s.free_list, p, sizeof(p));
-    } else if (s.next && reinterpret_cast<std::uintptr_t>(s.next) + feature_block_pool::BLOCK_SIZE <=
-                             s.end.load(std::memory_order_relaxed)) {
+    } else if (s.next &&
+               reinterpret_cast<std::uintptr_t>(s.next) + feature_block_pool::BLOCK_SIZE <=
+                   s.end.load(std::memory_order_relaxed)) {
         p = s.next;
         s.next += feature_block_pool::BLOCK_SIZE;
     }
-    if (p) ++s.in_use;
+    if (p)
+        ++s.in_use;
     return p;
 }
 
 }  // namespace
 
 bool feature_block_pool::adopt(single_feature& f) {
-    if (!f.data || owns(f.data)) return f.data != nullptr;
+    if (!f.data || owns(f.data))
+        return f.data != nullptr;
     unsigned char* p = allocate(state());
-    if (!p) return false;
+    if (!p)
+        return false;
     std::memcpy(p, f.data, BLOCK_SIZE);
     delete[] f.data;
     f.data = p;
@@ -73,7 +78,8 @@ bool feature_block_pool::adopt(single_feature& f) {
 bool feature_block_pool::owns(unsigned char const* p) {
     pool_state& s = state();
     std::uintptr_t const a = reinterpret_cast<std::uintptr_t>(p);
-    return a >= s.begin.load(std::memory_order_acquire) && a < s.end.load(std::memory_order_acquire);
+    return a >= s.begin.load(std::memory_order_acquire) &&
+           a < s.end.load(std::memory_order_acquire);
 }
 
 void feature_block_pool::release(unsigned char* p) {

@@ -17,7 +17,7 @@ namespace palm_feature {
 class single_feature;
 
 class feature_block_pool {
-public:
+  public:
     static const std::size_t BLOCK_SIZE = 384;
 
     // Moves the contents of the feature's block into a pool block and frees

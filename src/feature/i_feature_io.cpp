@@ -10,7 +10,8 @@ i_feature_io::~i_feature_io() {}
 // stream exceptions into false.
 bool i_feature_io::load(std::string path) {
     std::ifstream in(path.c_str(), std::ios::in | std::ios::binary);
-    if (!read(in)) return false;
+    if (!read(in))
+        return false;
     this->path = path;
     return true;
 }
@@ -23,7 +24,8 @@ bool i_feature_io::save(std::string path) {
 }
 
 bool i_feature_io::save() {
-    if (path.empty()) return false;
+    if (path.empty())
+        return false;
     return save(std::string(path));
 }
 

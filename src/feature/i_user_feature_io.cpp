@@ -10,7 +10,8 @@ i_user_feature_io::~i_user_feature_io() {}
 bool i_user_feature_io::load(std::string path) {
     try {
         std::ifstream in(path.c_str(), std::ios::in | std::ios::binary);
-        if (!read(in)) return false;
+        if (!read(in))
+            return false;
         this->path = path;
         return true;
     } catch (std::exception const&) {
@@ -26,7 +27,8 @@ bool i_user_feature_io::save(std::string path) const {
 }
 
 bool i_user_feature_io::save() const {
-    if (path.empty()) return false;
+    if (path.empty())
+        return false;
     return save(std::string(path));
 }
 

@@ -11,7 +11,7 @@
 namespace palm_feature {
 
 class PALM_EXPORT i_user_feature_io {
-public:
+  public:
     virtual ~i_user_feature_io();
 
     virtual bool read(std::istream& is) = 0;

@@ -8,11 +8,21 @@ namespace {
 
 unsigned char const PADDING[64] = {0x80};
 
-inline uint4 F(uint4 x, uint4 y, uint4 z) { return (x & y) | (~x & z); }
-inline uint4 G(uint4 x, uint4 y, uint4 z) { return (x & z) | (y & ~z); }
-inline uint4 H(uint4 x, uint4 y, uint4 z) { return x ^ y ^ z; }
-inline uint4 I(uint4 x, uint4 y, uint4 z) { return y ^ (x | ~z); }
-inline uint4 rotate_left(uint4 x, int n) { return (x << n) | (x >> (32 - n)); }
+inline uint4 F(uint4 x, uint4 y, uint4 z) {
+    return (x & y) | (~x & z);
+}
+inline uint4 G(uint4 x, uint4 y, uint4 z) {
+    return (x & z) | (y & ~z);
+}
+inline uint4 H(uint4 x, uint4 y, uint4 z) {
+    return x ^ y ^ z;
+}
+inline uint4 I(uint4 x, uint4 y, uint4 z) {
+    return y ^ (x | ~z);
+}
+inline uint4 rotate_left(uint4 x, int n) {
+    return (x << n) | (x >> (32 - n));
+}
 
 inline void FF(uint4& a, uint4 b, uint4 c, uint4 d, uint4 x, int s, uint4 ac) {
     a = rotate_left(a + F(b, c, d) + x + ac, s) + b;
@@ -41,17 +51,20 @@ void md5::Init() {
 
 void md5::Update(uchar* input, uint4 length) {
     uint4 index = (count[0] >> 3) & 0x3f;
-    if ((count[0] += length << 3) < (length << 3)) count[1]++;
+    if ((count[0] += length << 3) < (length << 3))
+        count[1]++;
     count[1] += length >> 29;
     uint4 const part = 64 - index;
     uint4 i = 0;
     if (length >= part) {
         std::memcpy(&buffer[index], input, part);
         Transform(buffer);
-        for (i = part; i + 63 < length; i += 64) Transform(&input[i]);
+        for (i = part; i + 63 < length; i += 64)
+            Transform(&input[i]);
         index = 0;
     }
-    if (length > i) std::memcpy(&buffer[index], &input[i], length - i);
+    if (length > i)
+        std::memcpy(&buffer[index], &input[i], length - i);
 }
 
 void md5::Finalize() {
@@ -167,13 +180,16 @@ void md5::Transform(uchar* block) {
 md5_text PrintMD5(unsigned char* digest) {
     md5_text out;
     std::memset(out.text, 0, sizeof(out.text));
-    if (digest == nullptr) return out;
-    for (int i = 0; i < 16; ++i) std::snprintf(out.text + 2 * i, 3, "%02x", digest[i]);
+    if (digest == nullptr)
+        return out;
+    for (int i = 0; i < 16; ++i)
+        std::snprintf(out.text + 2 * i, 3, "%02x", digest[i]);
     return out;
 }
 
 md5_text MD5String(char const* text) {
-    if (text == nullptr) return PrintMD5(nullptr);  // no text, no digest: all zeros
+    if (text == nullptr)
+        return PrintMD5(nullptr);  // no text, no digest: all zeros
     md5 context;
     context.Update(reinterpret_cast<uchar*>(const_cast<char*>(text)),
                    static_cast<uint4>(std::strlen(text)));
@@ -184,9 +200,11 @@ md5_text MD5String(char const* text) {
 md5_text MD5File(char* path) {
     md5_text out;
     std::memset(out.text, 0, sizeof(out.text));
-    if (path == nullptr) return out;
+    if (path == nullptr)
+        return out;
     std::FILE* file = std::fopen(path, "rb");
-    if (file == nullptr) return out;
+    if (file == nullptr)
+        return out;
     md5 context;
     uchar piece[1024];
     std::size_t n;

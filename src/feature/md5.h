@@ -14,7 +14,7 @@ typedef uint32_t uint4;
 enum { MD5_TEXT_SIZE = 256 };
 
 class PALM_EXPORT md5 {
-public:
+  public:
     md5() { Init(); }
 
     void Init();

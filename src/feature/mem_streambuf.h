@@ -11,13 +11,14 @@ namespace palm_feature {
 
 template <typename CharT, typename Traits = std::char_traits<CharT> >
 class mem_streambuf : public std::basic_streambuf<CharT, Traits> {
-public:
+  public:
     mem_streambuf(CharT* p, std::size_t n, bool own = false) : size(n), buffer(p), owned(own) {
         this->setg(p, p, p + n);
         this->setp(p, p + n);
     }
     ~mem_streambuf() override {
-        if (owned) delete[] buffer;
+        if (owned)
+            delete[] buffer;
     }
 
     mem_streambuf(mem_streambuf const&) = delete;

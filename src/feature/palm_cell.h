@@ -7,7 +7,7 @@ namespace palm_feature {
 
 template <typename T>
 class palm_cell {
-public:
+  public:
     T first;   // print, from the visible-light image
     T second;  // vein, from the near-infrared image
 };

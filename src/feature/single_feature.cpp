@@ -1,11 +1,11 @@
 #include "palm/feature/single_feature.h"
 
-#include "palm/feature/feature_block_pool.h"
-
 #include <cstring>
 #include <exception>
 #include <istream>
 #include <ostream>
+
+#include "palm/feature/feature_block_pool.h"
 
 namespace palm_feature {
 
@@ -21,7 +21,8 @@ single_feature::single_feature(single_feature const& other)
 }
 
 single_feature& single_feature::operator=(single_feature const& other) {
-    if (!other.IsValid() || other.data == data) return *this;
+    if (!other.IsValid() || other.data == data)
+        return *this;
     std::memcpy(data, other.data, FEATURE_DATA_SIZE);
     return *this;
 }
@@ -35,7 +36,8 @@ single_feature::~single_feature() {
 }
 
 void single_feature::Clear() {
-    if (data) std::memset(data, 0, FEATURE_DATA_SIZE);
+    if (data)
+        std::memset(data, 0, FEATURE_DATA_SIZE);
 }
 
 bool single_feature::read(std::istream& is) {

@@ -12,7 +12,7 @@ namespace palm_feature {
 enum { FEATURE_DATA_SIZE = 384 };
 
 class PALM_EXPORT single_feature : public i_feature_io {
-public:
+  public:
     single_feature();
     single_feature(single_feature const& other);
     single_feature& operator=(single_feature const& other);

@@ -13,12 +13,16 @@ namespace palm_feature {
 // text too long for the fixed-size buffer of the record format is refused
 // rather than written past it.
 bool unpack_feature(char const* text, user_palm_feature& user) {
-    if (text == nullptr) return false;
+    if (text == nullptr)
+        return false;
     // strnlen: a 10 MB text costs no more than one of the longest valid length.
     std::size_t const length = strnlen(text, MAX_FEATURE_TEXT_LENGTH + 1);
-    if (length < MIN_FEATURE_TEXT_LENGTH) return false;
-    if (length % 4 != 0) return false;
-    if (length > MAX_FEATURE_TEXT_LENGTH) return false;
+    if (length < MIN_FEATURE_TEXT_LENGTH)
+        return false;
+    if (length % 4 != 0)
+        return false;
+    if (length > MAX_FEATURE_TEXT_LENGTH)
+        return false;
 
     std::size_t decoded = length / 4 * 3;
     std::unique_ptr<unsigned char[]> result(new unsigned char[decoded]);
@@ -42,7 +46,8 @@ bool unpack_feature(char const* text, user_palm_feature& user) {
         result[decoded - 1] = 0;
         decoded -= 1;
     }
-    if (decoded == 0) return false;
+    if (decoded == 0)
+        return false;
 
     imemstream stream(reinterpret_cast<char*>(result.get()), decoded);
     return user.read(stream);

@@ -14,7 +14,9 @@ user_palm_feature::user_palm_feature() {}
 
 user_palm_feature::~user_palm_feature() {}
 
-void user_palm_feature::add(palm_cell<single_feature> const& cell) { cells.push_back(cell); }
+void user_palm_feature::add(palm_cell<single_feature> const& cell) {
+    cells.push_back(cell);
+}
 
 void user_palm_feature::replace(int i, palm_cell<single_feature> const& cell) {
     cells[i].first = cell.first;
@@ -32,18 +34,25 @@ void user_palm_feature::erase(int i) {
     cells.pop_back();
 }
 
-void user_palm_feature::clear() { cells.clear(); }
+void user_palm_feature::clear() {
+    cells.clear();
+}
 
 bool user_palm_feature::write(std::ostream& os) const {
-    if (!os.good()) return false;
+    if (!os.good())
+        return false;
     try {
         int32_t const count = size();
         os.write(reinterpret_cast<char const*>(&count), sizeof(count));
-        if (count < 1) return true;
+        if (count < 1)
+            return true;
         for (auto const& cell : cells) {
-            if (!os.good()) return false;
-            if (!cell.first.write(os)) return false;
-            if (!cell.second.write(os)) return false;
+            if (!os.good())
+                return false;
+            if (!cell.first.write(os))
+                return false;
+            if (!cell.second.write(os))
+                return false;
         }
         return true;
     } catch (std::exception const&) {
@@ -52,25 +61,31 @@ bool user_palm_feature::write(std::ostream& os) const {
 }
 
 bool user_palm_feature::read(std::istream& is) {
-    if (!is.good()) return false;
+    if (!is.good())
+        return false;
     // A stream that ends inside the count leaves the bytes read so far; the
     // range test below is what refuses it.
     int32_t count = 0;
     is.read(reinterpret_cast<char*>(&count), sizeof(count));
     // One unsigned comparison refuses 0, negatives and anything above the limit.
-    if (static_cast<uint32_t>(count) - 1u > static_cast<uint32_t>(MAX_USER_CELLS) - 1u) return false;
+    if (static_cast<uint32_t>(count) - 1u > static_cast<uint32_t>(MAX_USER_CELLS) - 1u)
+        return false;
     // No rollback: a failure below leaves the new size and what was read.
     cells.resize(static_cast<std::size_t>(count));
     for (auto& cell : cells) {
-        if (!is.good()) return false;
-        if (!cell.first.read(is)) return false;
-        if (!cell.second.read(is)) return false;
+        if (!is.good())
+            return false;
+        if (!cell.first.read(is))
+            return false;
+        if (!cell.second.read(is))
+            return false;
     }
     return true;
 }
 
 char* user_palm_feature::tobuffer(int& size) const {
-    if (cells.empty()) return nullptr;
+    if (cells.empty())
+        return nullptr;
     int32_t const count = this->size();
     size = 2 * FEATURE_DATA_SIZE * count + 4;
     char* const out = new char[static_cast<std::size_t>(size)];

@@ -17,7 +17,7 @@ namespace palm_feature {
 enum { MAX_USER_CELLS = 1024 };
 
 class PALM_EXPORT user_palm_feature : public i_user_feature_io {
-public:
+  public:
     user_palm_feature();
     ~user_palm_feature() override;
 

@@ -26,7 +26,7 @@ struct calib_data {
     cp_single nir;
     cp_single vl;
     double nir_to_vl[9] = {0, 0, 0, 0, 0, 0, 0, 0, 0};  // row-major, normalised NIR to VL
-    unsigned char reserved[512] = {};                    // never written or read
+    unsigned char reserved[512] = {};                   // never written or read
     bool calibrated = false;
 };
 

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "palm/i_debug_interface.h"
-#include "palm/localisation/palm_position.h"
 #include "palm/image/crop_results.h"
 #include "palm/image/image_pair.h"
 #include "palm/image/palm_image.h"
+#include "palm/localisation/palm_position.h"
 #include "palm/palm_export.h"
 
 namespace palm_algorithm {

@@ -3,16 +3,15 @@
 #ifndef PALM_LOCALISATION_LENS_MAPPING_H_
 #define PALM_LOCALISATION_LENS_MAPPING_H_
 
-#include "palm/localisation/calib_data.h"
 #include "palm/image/point.h"
+#include "palm/localisation/calib_data.h"
 #include "palm/palm_export.h"
 
 namespace palm_algorithm {
 
 // Normal to raw.
 PALM_EXPORT void MappingForward(const palm_struct::_point<double>& in,
-                                palm_struct::_point<double>& out,
-                                const palm_struct::cp_single& cp);
+                                palm_struct::_point<double>& out, const palm_struct::cp_single& cp);
 // Raw to normal.
 PALM_EXPORT void MappingBackward(const palm_struct::_point<double>& in,
                                  palm_struct::_point<double>& out,
@@ -22,8 +21,7 @@ PALM_EXPORT void MappingBackward(const palm_struct::_point<double>& in,
 
 // The calibration's copies, identical to the ones above.
 PALM_EXPORT void MappingForward(const palm_struct::_point<double>& in,
-                                palm_struct::_point<double>& out,
-                                const palm_struct::cp_single& cp);
+                                palm_struct::_point<double>& out, const palm_struct::cp_single& cp);
 PALM_EXPORT void MappingBackward(const palm_struct::_point<double>& in,
                                  palm_struct::_point<double>& out,
                                  const palm_struct::cp_single& cp);

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "palm/image/cy_image.h"
+#include "palm/image/point.h"
 #include "palm/localisation/calib_data.h"
 #include "palm/localisation/i_palm_crop.h"
 #include "palm/localisation/valley_info.h"
-#include "palm/image/cy_image.h"
-#include "palm/image/point.h"
 #include "palm/palm_export.h"
 
 namespace palm_algorithm {

@@ -59,10 +59,13 @@ std::uint16_t* CPalmCrop::piMapVLy = nullptr;
 
 CPalmCrop::CPalmCrop() {}
 
-CPalmCrop::~CPalmCrop() { ReleaseMappingTable(); }
+CPalmCrop::~CPalmCrop() {
+    ReleaseMappingTable();
+}
 
 void CPalmCrop::AllocateMappingTable() {
-    if (piMapNIRx != nullptr) return;
+    if (piMapNIRx != nullptr)
+        return;
     std::uint16_t* block = new std::uint16_t[4 * TABLE_ENTRIES + TABLE_SLACK_ENTRIES]();
     piMapNIRx = block;
     piMapNIRy = block + TABLE_ENTRIES;
@@ -79,7 +82,8 @@ void CPalmCrop::set_calib_para(const calib_data& data, bool generate) {
     _calibPara.nir = data.nir;
     _calibPara.vl = data.vl;
     std::memcpy(_calibPara.nir_to_vl, data.nir_to_vl, sizeof(_calibPara.nir_to_vl));
-    if (generate) GenerateMappingTable();
+    if (generate)
+        GenerateMappingTable();
 }
 
 namespace {
@@ -148,8 +152,8 @@ void CPalmCrop::NIR2VL_Normal(const _point<int>& in, _point<int>& out) {
 void CPalmCrop::MappingForward(const _point<int>& in, _point<int>& out, bool nir) {
     if (static_cast<unsigned>(in.x) <= static_cast<unsigned>(FRAME_WIDTH) && in.y >= 0 &&
         in.y <= FRAME_HEIGHT) {
-        std::size_t const i = static_cast<std::size_t>(in.y) * FRAME_WIDTH +
-                              static_cast<std::size_t>(in.x);
+        std::size_t const i =
+            static_cast<std::size_t>(in.y) * FRAME_WIDTH + static_cast<std::size_t>(in.x);
         out.x = nir ? piMapNIRx[i] : piMapVLx[i];
         out.y = nir ? piMapNIRy[i] : piMapVLy[i];
     } else {
@@ -162,25 +166,32 @@ void set_calib_para(const calib_data& data, bool generate) {
 }
 
 bool store_calib_mapping_file(const std::string& path, const unsigned char* tag) {
-    if (CPalmCrop::piMapNIRx == nullptr || tag == nullptr) return false;
+    if (CPalmCrop::piMapNIRx == nullptr || tag == nullptr)
+        return false;
     std::ofstream out(path.c_str(), std::ios::binary | std::ios::trunc);
-    if (!out) return false;
+    if (!out)
+        return false;
     out.write(reinterpret_cast<char const*>(tag), TAG_BYTES);
-    if (!out) return false;
+    if (!out)
+        return false;
     out.write(reinterpret_cast<char const*>(CPalmCrop::piMapNIRx),
               static_cast<std::streamsize>(CPalmCrop::TABLE_BLOCK_BYTES));
     return !out.fail();
 }
 
 bool load_calib_mapping_file(const std::string& path, const unsigned char* tag) {
-    if (tag == nullptr) return false;
+    if (tag == nullptr)
+        return false;
     std::ifstream in(path.c_str(), std::ios::binary);
-    if (!in) return false;
+    if (!in)
+        return false;
     unsigned char found[TAG_BYTES];
     in.read(reinterpret_cast<char*>(found), TAG_BYTES);
-    if (in.fail()) return false;
+    if (in.fail())
+        return false;
     for (std::size_t i = 0; i < TAG_BYTES; ++i)
-        if (found[i] != tag[i]) return false;
+        if (found[i] != tag[i])
+            return false;
     CPalmCrop::AllocateMappingTable();
     in.read(reinterpret_cast<char*>(CPalmCrop::piMapNIRx),
             static_cast<std::streamsize>(CPalmCrop::TABLE_BLOCK_BYTES));

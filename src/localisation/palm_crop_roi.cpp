@@ -4,9 +4,9 @@
 #include <cmath>
 #include <cstdint>
 
+#include "palm/image/angle_helpers.h"
 #include "palm/localisation/palm_crop.h"
 #include "palm/localisation/rounding.h"
-#include "palm/image/angle_helpers.h"
 
 using palm_share::CYImage;
 using palm_share::palm_image;

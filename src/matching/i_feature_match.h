@@ -4,8 +4,8 @@
 #ifndef PALM_MATCHING_I_FEATURE_MATCH_H_
 #define PALM_MATCHING_I_FEATURE_MATCH_H_
 
-#include "palm/i_debug_interface.h"
 #include "palm/feature/single_feature.h"
+#include "palm/i_debug_interface.h"
 #include "palm/palm_export.h"
 
 namespace palm_algorithm {

@@ -10,7 +10,7 @@
 namespace palm_recognition {
 
 class match_gate {
-public:
+  public:
     match_gate() : open_(true) {}
     match_gate(match_gate const&) = delete;
     match_gate& operator=(match_gate const&) = delete;
@@ -18,7 +18,8 @@ public:
     // Waits until the gate is open, then closes it.
     void lock() {
         boost::unique_lock<boost::mutex> guard(mutex_);
-        while (!open_) opened_.wait(guard);
+        while (!open_)
+            opened_.wait(guard);
         open_ = false;
     }
     // Opens the gate; opening an open gate changes nothing.
@@ -30,7 +31,7 @@ public:
         opened_.notify_one();
     }
 
-private:
+  private:
     boost::mutex mutex_;
     boost::condition_variable opened_;
     bool open_;

@@ -26,7 +26,8 @@ rcg_environment::rcg_environment() {}
 rcg_environment::~rcg_environment() {
     {
         exclusive_lock lock(mutex);
-        for (auto& entry : partitions) delete entry.second;
+        for (auto& entry : partitions)
+            delete entry.second;
         partitions.clear();
     }
     // The store's templates and names go with the base class.
@@ -38,12 +39,14 @@ rcg_partition_def* rcg_environment::find_partition(int id) const {
 }
 
 bool rcg_environment::push_template(char const* user, char const* feature_text) {
-    if (user == nullptr || feature_text == nullptr) return false;
+    if (user == nullptr || feature_text == nullptr)
+        return false;
     // Decoding needs no shared state, so it runs before the writers' lock is
     // taken and matching waits only for the store update itself.
     palm_feature::user_palm_feature record;
     try {
-        if (!palm_feature::unpack_feature(feature_text, record)) return false;
+        if (!palm_feature::unpack_feature(feature_text, record))
+            return false;
     } catch (std::exception const&) {
         return false;
     }
@@ -56,9 +59,11 @@ bool rcg_environment::push_template(char const* user, char const* feature_text) 
 bool rcg_environment::delete_template(char const* user) {
     exclusive_lock lock(mutex);
     std::string const* name = find_name(user);
-    if (name == nullptr) return false;
+    if (name == nullptr)
+        return false;
     for (auto& entry : partitions)
-        if (entry.second) entry.second->delete_user(name);
+        if (entry.second)
+            entry.second->delete_user(name);
     erase_name(name);
     return true;
 }
@@ -66,13 +71,15 @@ bool rcg_environment::delete_template(char const* user) {
 void rcg_environment::clear_templates() {
     exclusive_lock lock(mutex);
     for (auto& entry : partitions)
-        if (entry.second) entry.second->clear_users();
+        if (entry.second)
+            entry.second->clear_users();
     clear();
 }
 
 bool rcg_environment::create_partition(int id, bool parallel) {
     exclusive_lock lock(mutex);
-    if (partitions.count(id) != 0) return false;
+    if (partitions.count(id) != 0)
+        return false;
     partitions[id] = new rcg_partition_def(*this, parallel);
     return true;
 }
@@ -80,7 +87,8 @@ bool rcg_environment::create_partition(int id, bool parallel) {
 bool rcg_environment::delete_partition(int id) {
     exclusive_lock lock(mutex);
     auto const it = partitions.find(id);
-    if (it == partitions.end()) return false;
+    if (it == partitions.end())
+        return false;
     delete it->second;
     partitions.erase(it);
     return true;
@@ -89,15 +97,18 @@ bool rcg_environment::delete_partition(int id) {
 void rcg_environment::clear_partitions() {
     exclusive_lock lock(mutex);
     for (auto& entry : partitions)
-        if (entry.second) abandoned_partitions().push_back(entry.second);
+        if (entry.second)
+            abandoned_partitions().push_back(entry.second);
     partitions.clear();
 }
 
 bool rcg_environment::assign_user_to_partition(int id, char const* user) {
-    if (user == nullptr) return false;
+    if (user == nullptr)
+        return false;
     shared_lock lock(mutex);
     rcg_partition_def* const partition = find_partition(id);
-    if (partition == nullptr) return false;
+    if (partition == nullptr)
+        return false;
     // The name may be new: a user can be assigned before its template comes.
     std::string const* name = intern_name(user);
     return partition->add_user(name);
@@ -107,7 +118,8 @@ void rcg_environment::remove_user_from_partition(int id, char const* user) {
     shared_lock lock(mutex);
     std::string const* name = find_name(user);
     rcg_partition_def* const partition = find_partition(id);
-    if (name != nullptr && partition != nullptr) partition->delete_user(name);
+    if (name != nullptr && partition != nullptr)
+        partition->delete_user(name);
 }
 
 bool rcg_environment::set_match_policy(int id, int policy) {
@@ -127,7 +139,8 @@ bool rcg_environment::match_1v1_in_lib(int id, char const* text, char const* spa
     shared_lock lock(mutex);
     std::string const* name = find_name(user);
     rcg_partition_def* const partition = find_partition(id);
-    if (name == nullptr || partition == nullptr) return false;
+    if (name == nullptr || partition == nullptr)
+        return false;
     return partition->match_1v1(text, spare, name);
 }
 
@@ -147,7 +160,8 @@ char const* rcg_environment::get_identify_user_name(int id) {
 void rcg_environment::reset_identify_process(int id) {
     shared_lock lock(mutex);
     rcg_partition_def* const partition = find_partition(id);
-    if (partition != nullptr) partition->reset_identify_process();
+    if (partition != nullptr)
+        partition->reset_identify_process();
 }
 
 }  // namespace palm_recognition

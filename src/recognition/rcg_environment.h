@@ -14,7 +14,7 @@
 namespace palm_recognition {
 
 class rcg_environment : public simple_feature_lib {
-public:
+  public:
     rcg_environment();
     ~rcg_environment();
 

@@ -62,7 +62,8 @@ rcg_partition_def::~rcg_partition_def() {
 // ------------------------------------------------------------------ workers
 
 void rcg_partition_def::start_workers() {
-    if (!parallel) return;
+    if (!parallel)
+        return;
     thread_count = worker_count();
     try {
         for (unsigned w = 0; w < thread_count; ++w) {
@@ -72,8 +73,8 @@ void rcg_partition_def::start_workers() {
             data->finish_gate.lock();
             data->start_gate.lock();
             thread_data.push_back(data);
-            threads.push_back(new boost::thread(
-                boost::bind(&rcg_partition_def::match_thread_func, this, data)));
+            threads.push_back(
+                new boost::thread(boost::bind(&rcg_partition_def::match_thread_func, this, data)));
         }
     } catch (...) {
         // The order without its thread (if any) is stopped along with the rest.
@@ -103,7 +104,8 @@ void rcg_partition_def::stop_workers() {
 void rcg_partition_def::match_thread_func(match_thread_data* data) {
     for (;;) {
         data->start_gate.lock();
-        if (!data->running) return;
+        if (!data->running)
+            return;
         // An exception must not end the worker, or the dispatcher would wait
         // for it for ever: the share is reported as failed instead.
         try {
@@ -162,7 +164,8 @@ void rcg_partition_def::refresh_slots() const {
 
 bool rcg_partition_def::set_match_policy(int policy) {
     boost::unique_lock<boost::shared_mutex> lock(mutex);
-    if (static_cast<unsigned>(policy) >= static_cast<unsigned>(MATCH_POLICY_COUNT)) return false;
+    if (static_cast<unsigned>(policy) >= static_cast<unsigned>(MATCH_POLICY_COUNT))
+        return false;
     match_policy = policy;
     print_limit = MATCH_DISTANCE_LOGIN[policy][0];
     vein_limit = MATCH_DISTANCE_LOGIN[policy][1];
@@ -240,12 +243,16 @@ bool rcg_partition_def::decision(std::pair<float, float> const& d) const {
 }
 
 bool rcg_partition_def::match_1v1(char const* a, char const* spare, char const* b) const {
-    if (a == nullptr || spare == nullptr) return false;
-    if (b == nullptr) return false;
+    if (a == nullptr || spare == nullptr)
+        return false;
+    if (b == nullptr)
+        return false;
     palm_feature::user_palm_feature ra, rb;
     try {
-        if (!palm_feature::unpack_feature(a, ra)) return false;
-        if (!palm_feature::unpack_feature(b, rb)) return false;
+        if (!palm_feature::unpack_feature(a, ra))
+            return false;
+        if (!palm_feature::unpack_feature(b, rb))
+            return false;
     } catch (std::exception const&) {
         return false;
     }
@@ -255,11 +262,14 @@ bool rcg_partition_def::match_1v1(char const* a, char const* spare, char const* 
 bool rcg_partition_def::match_1v1(char const* text, char const* /*spare*/,
                                   std::string const* user) const {
     palm_feature::user_palm_feature const* const stored = lib.find_template(user);
-    if (stored == nullptr) return false;
-    if (text == nullptr) return false;
+    if (stored == nullptr)
+        return false;
+    if (text == nullptr)
+        return false;
     palm_feature::user_palm_feature probe;
     try {
-        if (!palm_feature::unpack_feature(text, probe)) return false;
+        if (!palm_feature::unpack_feature(text, probe))
+            return false;
     } catch (std::exception const&) {
         return false;
     }
@@ -274,7 +284,8 @@ bool rcg_partition_def::match_1v1(palm_feature::user_palm_feature const& a,
         // The vein distance that counts is the one of the best print distance;
         // a tie keeps the earlier pair.
         for (auto const& p : pairs)
-            if (best.first > p.first) best = p;
+            if (best.first > p.first)
+                best = p;
     }
     // The comparison ran without the partition lock; the limits are read
     // under it, so a concurrent policy change is seen whole or not at all.
@@ -372,7 +383,8 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
             cells = slot->cells;
         } else {
             t = job.lib->find_template(users[i]);
-            if (t != nullptr) cells = t->size();
+            if (t != nullptr)
+                cells = t->size();
         }
         if (t == nullptr) {
             // The slot keeps its initial (0.0, 0).
@@ -433,7 +445,8 @@ std::string const* rcg_partition_def::parell_lib_match(cell_type const& probe) c
 std::string const* rcg_partition_def::lib_match(cell_type const& probe, bool on_workers,
                                                 search_trace* trace) const {
     std::size_t const n = users.size();
-    if (n == 0) return nullptr;
+    if (n == 0)
+        return nullptr;
     refresh_slots();
     if (!prepared_)
         prepared_.reset(new palm_algorithm::match_probe());
@@ -495,7 +508,8 @@ std::vector<std::pair<unsigned, unsigned> > rcg_partition_def::worker_shares(uns
                                                                              unsigned pool) {
     std::vector<std::pair<unsigned, unsigned> > shares;
     unsigned const workers = std::min((n + 9) / 10, pool);
-    if (workers == 0) return shares;
+    if (workers == 0)
+        return shares;
     unsigned const share = n / workers;
     for (unsigned w = 0; w < workers; ++w)
         shares.push_back(std::make_pair(w * share, w + 1 < workers ? share : share + n % workers));
@@ -526,9 +540,11 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     // The list is not sorted again.
     for (coarse_result& r : list) {
         palm_feature::user_palm_feature const* const t = template_of(r.index);
-        if (t == nullptr) continue;
+        if (t == nullptr)
+            continue;
         int const cells = t->size();
-        if (!(cells > 9 && cells % 5 == 0)) continue;
+        if (!(cells > 9 && cells % 5 == 0))
+            continue;
         for (int b = 0; b < cells; b += 5) {
             for (int c = b + 1; c <= b + 4; ++c) {
                 double const e = print.distance((*t)[c].first.data);
@@ -546,9 +562,11 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
         if (!(r.distance < print_limit))
             continue;
         palm_feature::user_palm_feature const* const t = template_of(r.index);
-        if (t == nullptr) continue;
+        if (t == nullptr)
+            continue;
         float const f = matcher->match(probe.second, (*t)[cell_of(r)].second, degree);
-        if (!(vein_limit > f)) continue;
+        if (!(vein_limit > f))
+            continue;
         std::pair<float, float> const d(static_cast<float>(r.distance), f);
         if (palm_recognition::decision(d, print_limit, vein_limit, bias))
             candidates_.push_back(CANDINATE_INFO{d.first, f, r.index});

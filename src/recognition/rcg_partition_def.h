@@ -39,7 +39,7 @@ struct sweep_slot;
 struct coarse_result;
 
 class rcg_partition_def {
-public:
+  public:
     typedef palm_feature::palm_cell<palm_feature::single_feature> cell_type;
 
     // A user accepted by the verify stage of an identification.
@@ -129,7 +129,7 @@ public:
     float get_bias() const;
     bool is_parallel() const { return parallel; }
 
-private:
+  private:
     // The calling thread's result string. It records which partition made it:
     // a partition created later at the same address must not see a string of
     // one that was destroyed.
@@ -169,7 +169,7 @@ private:
     std::vector<boost::thread*> threads;
     std::vector<match_thread_data*> thread_data;
 
-private:
+  private:
     std::uint64_t const serial_;
     // Each user's sweep slot, beside `users`, and the users as a set, so that
     // assignment need not scan the list.

@@ -10,10 +10,13 @@ namespace palm_recognition {
 
 simple_feature_lib::simple_feature_lib() {}
 
-simple_feature_lib::~simple_feature_lib() { clear(); }
+simple_feature_lib::~simple_feature_lib() {
+    clear();
+}
 
 std::string const* simple_feature_lib::find_name(char const* user) const {
-    if (user == nullptr) return nullptr;
+    if (user == nullptr)
+        return nullptr;
     std::lock_guard<std::mutex> lock(names_mutex_);
     auto const it = index_.find(std::string_view(user));
     return it == index_.end() ? nullptr : it->second.name;
@@ -28,7 +31,8 @@ sweep_slot const* simple_feature_lib::find_slot(std::string const* name) const {
 }
 
 std::string const* simple_feature_lib::intern_name(char const* user) {
-    if (user == nullptr) return nullptr;
+    if (user == nullptr)
+        return nullptr;
     std::lock_guard<std::mutex> lock(names_mutex_);
     std::string_view const key(user);
     auto const it = index_.find(key);
@@ -47,7 +51,8 @@ void simple_feature_lib::erase_name(std::string const* name) {
     {
         std::lock_guard<std::mutex> lock(names_mutex_);
         auto const slot = std::find(names.begin(), names.end(), name);
-        if (slot == names.end()) return;
+        if (slot == names.end())
+            return;
         auto const entry = index_.find(std::string_view(*name));
         release_samples(entry->second);
         index_.erase(entry);
@@ -63,7 +68,8 @@ void simple_feature_lib::clear() {
         release_samples(entry.second);
     index_.clear();
     samples_.clear();
-    for (std::string const* name : names) delete name;
+    for (std::string const* name : names)
+        delete name;
     names.clear();
 }
 

@@ -20,7 +20,7 @@
 namespace palm_recognition {
 
 class simple_feature_lib {
-public:
+  public:
     simple_feature_lib();
     ~simple_feature_lib();
     simple_feature_lib(simple_feature_lib const&) = delete;
@@ -56,17 +56,17 @@ public:
     // no template (assigned to a partition before their template came).
     std::vector<std::string const*> names;
 
-private:
-  void release_samples(sweep_slot& slot);
+  private:
+    void release_samples(sweep_slot& slot);
 
-  // Index beside `names` so that a lookup need not scan; names are distinct,
-  // so it finds exactly what a scan from the front would find. Each entry
-  // holds the name's sweep slot; entries never move.
-  std::unordered_map<std::string_view, sweep_slot> index_;
-  print_sample_arena samples_;
-  // Guards `names` and the index: assigning a user to a partition may add a
-  // name while other callers hold the environment lock only shared.
-  mutable std::mutex names_mutex_;
+    // Index beside `names` so that a lookup need not scan; names are distinct,
+    // so it finds exactly what a scan from the front would find. Each entry
+    // holds the name's sweep slot; entries never move.
+    std::unordered_map<std::string_view, sweep_slot> index_;
+    print_sample_arena samples_;
+    // Guards `names` and the index: assigning a user to a partition may add a
+    // name while other callers hold the environment lock only shared.
+    mutable std::mutex names_mutex_;
 };
 
 }  // namespace palm_recognition

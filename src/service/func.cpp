@@ -13,9 +13,13 @@ bool create_partition(int id, int parallel) {
     return _g_rcg_environment.create_partition(id, parallel != 0);
 }
 
-bool delete_partition(int id) { return _g_rcg_environment.delete_partition(id); }
+bool delete_partition(int id) {
+    return _g_rcg_environment.delete_partition(id);
+}
 
-void clear_partitions(void) { _g_rcg_environment.clear_partitions(); }
+void clear_partitions(void) {
+    _g_rcg_environment.clear_partitions();
+}
 
 bool set_match_policy(int id, int policy) {
     return _g_rcg_environment.set_match_policy(id, policy);
@@ -25,9 +29,13 @@ bool push_template(char const* user, char const* feature_text) {
     return _g_rcg_environment.push_template(user, feature_text);
 }
 
-bool delete_template(char const* user) { return _g_rcg_environment.delete_template(user); }
+bool delete_template(char const* user) {
+    return _g_rcg_environment.delete_template(user);
+}
 
-void clear_templates(void) { _g_rcg_environment.clear_templates(); }
+void clear_templates(void) {
+    _g_rcg_environment.clear_templates();
+}
 
 bool assign_user_to_partition(int id, char const* user) {
     return _g_rcg_environment.assign_user_to_partition(id, user);
@@ -53,6 +61,8 @@ char const* match_1vN_get_identify_user_name(int id) {
     return _g_rcg_environment.get_identify_user_name(id);
 }
 
-void match_1vN_reset_identify_process(int id) { _g_rcg_environment.reset_identify_process(id); }
+void match_1vN_reset_identify_process(int id) {
+    _g_rcg_environment.reset_identify_process(id);
+}
 
 }  // extern "C"

@@ -10,7 +10,9 @@ using palm_struct::SCircle;
 using palm_struct::SLine;
 
 namespace {
-_point<double> P(double x, double y) { return _point<double>{x, y}; }
+_point<double> P(double x, double y) {
+    return _point<double>{x, y};
+}
 }  // namespace
 
 TEST(Geometry, HorizontalVerticalAndSlantedLines) {

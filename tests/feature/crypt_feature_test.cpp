@@ -5,8 +5,8 @@
 #include <random>
 
 #include "palm/feature/unpack_feature.h"
-#include "support/shell.h"
 #include "sim/synthetic_records.h"
+#include "support/shell.h"
 
 using palm_feature::user_palm_feature;
 
@@ -18,7 +18,8 @@ TEST(CryptFeature, OneCellRecordGives1032CharactersAndAHexDigest) {
     EXPECT_EQ(1032u, text.size());
     EXPECT_EQ("==", text.substr(1030));
     ASSERT_EQ(32u, digest.size());
-    for (char c : digest) EXPECT_TRUE((c >= '0' && c <= '9') || (c >= 'a' && c <= 'f')) << c;
+    for (char c : digest)
+        EXPECT_TRUE((c >= '0' && c <= '9') || (c >= 'a' && c <= 'f')) << c;
 
     user_palm_feature back;
     ASSERT_TRUE(palm_feature::unpack_feature(text.c_str(), back));

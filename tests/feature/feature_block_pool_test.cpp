@@ -13,11 +13,13 @@ TEST(FeatureBlockPool, AdoptKeepsTheBytesAndTakesOwnership) {
     std::size_t const before = feature_block_pool::blocks_in_use();
     {
         single_feature f;
-        for (int i = 0; i < 384; ++i) f.data[i] = static_cast<unsigned char>(i);
+        for (int i = 0; i < 384; ++i)
+            f.data[i] = static_cast<unsigned char>(i);
         EXPECT_FALSE(feature_block_pool::owns(f.data));
         ASSERT_TRUE(feature_block_pool::adopt(f));
         EXPECT_TRUE(feature_block_pool::owns(f.data));
-        for (int i = 0; i < 384; ++i) ASSERT_EQ(static_cast<unsigned char>(i), f.data[i]);
+        for (int i = 0; i < 384; ++i)
+            ASSERT_EQ(static_cast<unsigned char>(i), f.data[i]);
         EXPECT_EQ(before + 1, feature_block_pool::blocks_in_use());
         // Adopting twice changes nothing.
         unsigned char* const block = f.data;

@@ -12,7 +12,8 @@
 namespace {
 bool block_is_zero_after(md5_text const& t, std::size_t from) {
     for (std::size_t i = from; i < MD5_TEXT_SIZE; ++i)
-        if (t.text[i] != 0) return false;
+        if (t.text[i] != 0)
+            return false;
     return true;
 }
 }  // namespace
@@ -44,7 +45,8 @@ TEST(Md5, AgreesWithMd5sumAcrossBlockBoundaries) {
     std::mt19937 rng(1);
     for (std::size_t n : {55u, 56u, 63u, 64u, 65u, 119u, 120u, 1000u, 4097u}) {
         std::string s(n, 'x');
-        for (auto& c : s) c = static_cast<char>('a' + rng() % 26);
+        for (auto& c : s)
+            c = static_cast<char>('a' + rng() % 26);
         int status = 0;
         std::string const sum = palm_test::run_command("md5sum", s, &status);
         EXPECT_EQ(sum.substr(0, 32), std::string(MD5String(s.c_str()).c_str())) << n;
@@ -76,7 +78,8 @@ TEST(Md5, NullArgumentsGiveAllZeroBlocks) {
 
 TEST(Md5, PrintUsesTwoLowerCaseDigitsPerByte) {
     unsigned char digest[16];
-    for (int i = 0; i < 16; ++i) digest[i] = static_cast<unsigned char>(i * 17);
+    for (int i = 0; i < 16; ++i)
+        digest[i] = static_cast<unsigned char>(i * 17);
     EXPECT_STREQ("00112233445566778899aabbccddeeff", PrintMD5(digest).c_str());
 }
 
@@ -97,7 +100,8 @@ TEST(Md5, EncodeAndDecodeAreLittleEndian) {
     uint4 words[2] = {0x04030201u, 0x08070605u};
     uchar bytes[8];
     md5::Encode(bytes, words, 8);
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(i + 1, bytes[i]);
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(i + 1, bytes[i]);
     uint4 back[2];
     md5::Decode(back, bytes, 8);
     EXPECT_EQ(words[0], back[0]);

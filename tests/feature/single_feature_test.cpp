@@ -11,7 +11,8 @@ using palm_feature::single_feature;
 namespace {
 bool all_zero(single_feature const& f) {
     for (int i = 0; i < FEATURE_DATA_SIZE; ++i)
-        if (f.data[i] != 0) return false;
+        if (f.data[i] != 0)
+            return false;
     return true;
 }
 }  // namespace
@@ -63,7 +64,8 @@ TEST(SingleFeature, AssignmentFromInvalidSourceChangesNothing) {
 
 TEST(SingleFeature, StreamRoundTrip) {
     single_feature a;
-    for (int i = 0; i < FEATURE_DATA_SIZE; ++i) a.data[i] = static_cast<unsigned char>(i * 7);
+    for (int i = 0; i < FEATURE_DATA_SIZE; ++i)
+        a.data[i] = static_cast<unsigned char>(i * 7);
     std::stringstream ss;
     ASSERT_TRUE(a.write(ss));
     EXPECT_EQ(static_cast<size_t>(FEATURE_DATA_SIZE), ss.str().size());

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "palm/feature/base64_alphabet.h"
-#include "support/shell.h"
 #include "sim/synthetic_records.h"
+#include "support/shell.h"
 
 using palm_feature::unpack_feature;
 using palm_feature::user_palm_feature;
@@ -22,7 +22,9 @@ std::string base64_of(std::string const& bytes) {
     return out;
 }
 
-std::string count_bytes(int32_t n) { return std::string(reinterpret_cast<char*>(&n), 4); }
+std::string count_bytes(int32_t n) {
+    return std::string(reinterpret_cast<char*>(&n), 4);
+}
 
 user_palm_feature two_cell_record() {
     std::mt19937 rng(77);

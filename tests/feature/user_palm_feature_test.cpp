@@ -20,15 +20,21 @@ using palm_feature::user_palm_feature;
 
 namespace {
 
-std::string count_bytes(int32_t n) { return std::string(reinterpret_cast<char*>(&n), 4); }
+std::string count_bytes(int32_t n) {
+    return std::string(reinterpret_cast<char*>(&n), 4);
+}
 
 std::string temp_path(char const* name) {
     return ::testing::TempDir() + "palm_upf_" + std::to_string(::getpid()) + "_" + name;
 }
 
-bool file_exists(std::string const& path) { return std::ifstream(path).good(); }
+bool file_exists(std::string const& path) {
+    return std::ifstream(path).good();
+}
 
-void fill(single_feature& f, unsigned char v) { std::memset(f.data, v, FEATURE_DATA_SIZE); }
+void fill(single_feature& f, unsigned char v) {
+    std::memset(f.data, v, FEATURE_DATA_SIZE);
+}
 
 }  // namespace
 
@@ -243,7 +249,8 @@ TEST(UserPalmFeature, ReplaceCopiesBytesIntoExistingBlocks) {
 TEST(UserPalmFeature, EraseShiftsContentsDown) {
     user_palm_feature r;
     r.cells.resize(3);
-    for (int i = 0; i < 3; ++i) fill(r[i].first, static_cast<unsigned char>(10 + i));
+    for (int i = 0; i < 3; ++i)
+        fill(r[i].first, static_cast<unsigned char>(10 + i));
     r.erase(0);
     ASSERT_EQ(2, r.size());
     EXPECT_EQ(11, r[0].first.data[0]);

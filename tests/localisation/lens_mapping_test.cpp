@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "palm/localisation/palm_crop.h"
 #include "palm/calibration/geometry.h"
+#include "palm/localisation/palm_crop.h"
 #include "support/shell.h"
 
 using palm_algorithm::CPalmCrop;
@@ -21,8 +21,9 @@ using namespace palm_geometry;
 
 namespace {
 
-cp_single const& nir() { return CPalmCrop::_calibPara.nir; }
-
+cp_single const& nir() {
+    return CPalmCrop::_calibPara.nir;
+}
 
 struct tables_reset : ::testing::Test {
     void SetUp() override {
@@ -135,11 +136,11 @@ TEST(LensMapping, NirToVlUsesTheHomography) {
     double const a = (320 - c.nir.center_x) / c.nir.focal_x;
     double const b = (240 - c.nir.center_y) / c.nir.focal_y;
     double const den = h[6] * a + h[7] * b + h[8];
-    EXPECT_EQ(static_cast<int>(std::round(c.vl.center_x + (h[0] * a + h[1] * b + h[2]) / den *
-                                                                c.vl.focal_x)),
+    EXPECT_EQ(static_cast<int>(
+                  std::round(c.vl.center_x + (h[0] * a + h[1] * b + h[2]) / den * c.vl.focal_x)),
               out.x);
-    EXPECT_EQ(static_cast<int>(std::round(c.vl.center_y + (h[3] * a + h[4] * b + h[5]) / den *
-                                                                c.vl.focal_y)),
+    EXPECT_EQ(static_cast<int>(
+                  std::round(c.vl.center_y + (h[3] * a + h[4] * b + h[5]) / den * c.vl.focal_y)),
               out.y);
 }
 
@@ -164,9 +165,8 @@ TEST_F(tables_reset, GeneratedTablesHoldTheMappingInSixtyFourths) {
         for (auto p : {_point<int>{0, 0}, _point<int>{320, 240}, _point<int>{639, 479},
                        _point<int>{100, 400}}) {
             _point<int> direct{0, 0}, looked{0, 0};
-            CPalmCrop::MappingForward(p, direct, is_nir ? CPalmCrop::_calibPara.nir
-                                                        : CPalmCrop::_calibPara.vl,
-                                      6);
+            CPalmCrop::MappingForward(
+                p, direct, is_nir ? CPalmCrop::_calibPara.nir : CPalmCrop::_calibPara.vl, 6);
             CPalmCrop::MappingForward(p, looked, is_nir);
             EXPECT_EQ(direct.x & 0xffff, looked.x);
             EXPECT_EQ(direct.y & 0xffff, looked.y);

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "palm/extraction/i_feature_extractor.h"
-#include "palm/matching/i_feature_match.h"
-#include "palm/localisation/palm_crop.h"
 #include "palm/image/angle_helpers.h"
+#include "palm/localisation/palm_crop.h"
+#include "palm/matching/i_feature_match.h"
 #include "sim/synthetic_camera.h"
 
 using palm_algorithm::CPalmCrop;

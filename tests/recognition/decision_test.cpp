@@ -25,7 +25,9 @@ TEST(Decision, SumThatComesOutExactlyZeroIsRefused) {
     EXPECT_FALSE(row1(0.3f, 0.292f));
 }
 
-TEST(Decision, BothSingleLimitsPassedButTheSumRefuses) { EXPECT_FALSE(row1(0.36f, 0.35f)); }
+TEST(Decision, BothSingleLimitsPassedButTheSumRefuses) {
+    EXPECT_FALSE(row1(0.36f, 0.35f));
+}
 
 TEST(Decision, EachSingleLimitIsInclusive) {
     EXPECT_TRUE(decision({0.2f, 0.3f}, 0.2f, 0.3f, 1.0f));
@@ -35,8 +37,8 @@ TEST(Decision, EachSingleLimitIsInclusive) {
 
 TEST(Decision, NoResemblanceFailsUnderTunedRowsAndPassesUnderRowFive) {
     for (int row = 0; row < 5; ++row)
-        EXPECT_FALSE(decision({1.0f, 1.0f}, MATCH_DISTANCE_LOGIN[row][0], MATCH_DISTANCE_LOGIN[row][1],
-                              MATCH_DISTANCE_LOGIN[row][2]));
+        EXPECT_FALSE(decision({1.0f, 1.0f}, MATCH_DISTANCE_LOGIN[row][0],
+                              MATCH_DISTANCE_LOGIN[row][1], MATCH_DISTANCE_LOGIN[row][2]));
     EXPECT_TRUE(decision({1.0f, 1.0f}, MATCH_DISTANCE_LOGIN[5][0], MATCH_DISTANCE_LOGIN[5][1],
                          MATCH_DISTANCE_LOGIN[5][2]));
 }

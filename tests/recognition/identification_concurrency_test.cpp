@@ -17,7 +17,9 @@ using palm_recognition::rcg_environment;
 
 namespace {
 
-std::string text(user_palm_feature const& r) { return palm_test::feature_text(r); }
+std::string text(user_palm_feature const& r) {
+    return palm_test::feature_text(r);
+}
 
 }  // namespace
 
@@ -33,7 +35,8 @@ TEST(IdentificationConcurrency, ReadersAndWritersTogether) {
         templates.push_back(palm_test::random_record(10, rng));
         std::string const name = "user-" + std::to_string(i);
         ASSERT_TRUE(env.push_template(name.c_str(), text(templates.back()).c_str()));
-        for (int p = 1; p <= 3; ++p) env.assign_user_to_partition(p, name.c_str());
+        for (int p = 1; p <= 3; ++p)
+            env.assign_user_to_partition(p, name.c_str());
     }
     std::vector<std::string> probes, enrolled_texts;
     for (int i = 0; i < users; ++i) {
@@ -58,7 +61,8 @@ TEST(IdentificationConcurrency, ReadersAndWritersTogether) {
         for (int round = 0; round < 12; ++round) {
             int const i = (offset + round) % users;
             std::string const name = "user-" + std::to_string(i);
-            if (!env.match_1v1(2, probes[i].c_str(), "", enrolled_texts[i].c_str())) ++wrong;
+            if (!env.match_1v1(2, probes[i].c_str(), "", enrolled_texts[i].c_str()))
+                ++wrong;
             env.match_1v1_in_lib(1, probes[i].c_str(), "", name.c_str());
         }
     };
@@ -70,7 +74,8 @@ TEST(IdentificationConcurrency, ReadersAndWritersTogether) {
             env.push_template(name.c_str(), t.c_str());
             env.assign_user_to_partition(1 + round % 3, name.c_str());
             env.set_match_policy(1 + round % 3, 1);
-            if (round % 3 == 2) env.delete_template(name.c_str());
+            if (round % 3 == 2)
+                env.delete_template(name.c_str());
             env.remove_user_from_partition(2, "churn-0");
             if (round == 10) {
                 env.create_partition(4, true);
@@ -87,14 +92,15 @@ TEST(IdentificationConcurrency, ReadersAndWritersTogether) {
     threads.emplace_back(one_to_one, 0);
     threads.emplace_back(one_to_one, 20);
     threads.emplace_back(writer);
-    for (auto& t : threads) t.join();
+    for (auto& t : threads)
+        t.join();
 
     EXPECT_EQ(0, wrong.load());
     EXPECT_EQ(48, identified.load());  // every enrolled probe is found
     // The store is consistent afterwards: every enrolled user is still there.
     for (int i = 0; i < users; ++i)
-        EXPECT_TRUE(env.match_1v1_in_lib(1, probes[i].c_str(), "",
-                                         ("user-" + std::to_string(i)).c_str()));
+        EXPECT_TRUE(
+            env.match_1v1_in_lib(1, probes[i].c_str(), "", ("user-" + std::to_string(i)).c_str()));
 }
 
 TEST(IdentificationConcurrency, ManyThreadsOnOnePartitionEachGetTheirOwnName) {
@@ -114,12 +120,15 @@ TEST(IdentificationConcurrency, ManyThreadsOnOnePartitionEachGetTheirOwnName) {
     for (int t = 0; t < 6; ++t) {
         threads.emplace_back([&, t] {
             for (int round = 0; round < 5; ++round) {
-                if (!env.match_1vN(1, probes[t].c_str(), "")) ++wrong;
+                if (!env.match_1vN(1, probes[t].c_str(), ""))
+                    ++wrong;
                 std::this_thread::yield();
-                if (std::string(env.get_identify_user_name(1)) != "n" + std::to_string(t)) ++wrong;
+                if (std::string(env.get_identify_user_name(1)) != "n" + std::to_string(t))
+                    ++wrong;
             }
         });
     }
-    for (auto& t : threads) t.join();
+    for (auto& t : threads)
+        t.join();
     EXPECT_EQ(0, wrong.load());
 }

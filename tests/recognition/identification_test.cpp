@@ -16,10 +16,12 @@ using palm_recognition::rcg_partition_def;
 
 namespace {
 
-std::string text(user_palm_feature const& r) { return palm_test::feature_text(r); }
+std::string text(user_palm_feature const& r) {
+    return palm_test::feature_text(r);
+}
 
 class Identification : public ::testing::Test {
-protected:
+  protected:
     Identification() : rng(17) {}
     void make_partitions() {
         ASSERT_TRUE(env.create_partition(SERIAL, false));
@@ -37,7 +39,8 @@ protected:
         env.match_1vN(id, text(r).c_str(), "");
     }
     std::string identify(int id, user_palm_feature const& probe) {
-        if (!env.match_1vN(id, text(probe).c_str(), "")) return "<none>";
+        if (!env.match_1vN(id, text(probe).c_str(), ""))
+            return "<none>";
         return env.get_identify_user_name(id);
     }
 
@@ -52,9 +55,11 @@ protected:
 std::set<int> compared_serial(int t) {
     std::set<int> cells;
     int const stride = rcg_partition_def::normal_stride(t);
-    for (int k = 0; k < t; k += stride) cells.insert(k);
+    for (int k = 0; k < t; k += stride)
+        cells.insert(k);
     if (t > 9 && t % 5 == 0)
-        for (int k = 0; k < t; ++k) cells.insert(k);
+        for (int k = 0; k < t; ++k)
+            cells.insert(k);
     return cells;
 }
 
@@ -68,20 +73,33 @@ TEST(Strides, CoarseStagesFollowTheTableOfTemplateSizes) {
     };
     auto all = [](int t) {
         std::set<int> s;
-        for (int k = 0; k < t; ++k) s.insert(k);
+        for (int k = 0; k < t; ++k)
+            s.insert(k);
         return s;
     };
     std::vector<row> const table = {
-        {1, {0}, {0}},           {2, {0}, all(2)},        {3, {0}, all(3)},
-        {4, {0}, all(4)},        {5, all(5), all(5)},     {6, all(6), all(6)},
-        {7, {0, 5}, all(7)},     {8, {0, 5}, all(8)},     {9, {0, 5}, all(9)},
-        {10, all(10), {0, 5}},   {11, all(11), all(11)},  {12, {0, 5, 10}, all(12)},
-        {13, {0, 5, 10}, all(13)}, {14, {0, 5, 10}, all(14)}, {15, all(15), {0, 5, 10}},
+        {1, {0}, {0}},
+        {2, {0}, all(2)},
+        {3, {0}, all(3)},
+        {4, {0}, all(4)},
+        {5, all(5), all(5)},
+        {6, all(6), all(6)},
+        {7, {0, 5}, all(7)},
+        {8, {0, 5}, all(8)},
+        {9, {0, 5}, all(9)},
+        {10, all(10), {0, 5}},
+        {11, all(11), all(11)},
+        {12, {0, 5, 10}, all(12)},
+        {13, {0, 5, 10}, all(13)},
+        {14, {0, 5, 10}, all(14)},
+        {15, all(15), {0, 5, 10}},
     };
     for (auto const& r : table) {
         std::set<int> serial, parallel;
-        for (int k = 0; k < r.t; k += rcg_partition_def::normal_stride(r.t)) serial.insert(k);
-        for (int k = 0; k < r.t; k += rcg_partition_def::parallel_stride(r.t)) parallel.insert(k);
+        for (int k = 0; k < r.t; k += rcg_partition_def::normal_stride(r.t))
+            serial.insert(k);
+        for (int k = 0; k < r.t; k += rcg_partition_def::parallel_stride(r.t))
+            parallel.insert(k);
         EXPECT_EQ(r.serial, serial) << "T=" << r.t;
         EXPECT_EQ(r.parallel, parallel) << "T=" << r.t;
     }
@@ -304,5 +322,6 @@ TEST_F(Identification, DestroyingAParallelPartitionJoinsIdleWorkers) {
             enrol_into(i, r);
         }
     }
-    for (int i = 0; i < 20; ++i) EXPECT_TRUE(env.delete_partition(i));
+    for (int i = 0; i < 20; ++i)
+        EXPECT_TRUE(env.delete_partition(i));
 }

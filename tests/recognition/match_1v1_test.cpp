@@ -6,13 +6,13 @@
 #include "palm/recognition/rcg_environment.h"
 #include "sim/synthetic_records.h"
 
-using palm_recognition::rcg_environment;
 using palm_feature::user_palm_feature;
+using palm_recognition::rcg_environment;
 
 namespace {
 
 class OneToOne : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         rng.seed(5);
         enrolled = palm_test::random_record(5, rng);

@@ -15,7 +15,7 @@ using palm_recognition::rcg_partition_def;
 namespace {
 
 class EnvironmentTest : public ::testing::Test {
-protected:
+  protected:
     std::string text(int cells, unsigned seed) {
         std::mt19937 rng(seed);
         return palm_test::feature_text(palm_test::random_record(cells, rng));
@@ -99,7 +99,9 @@ TEST_F(EnvironmentTest, AssignUnknownUserAddsNameWithoutTemplateOnce) {
     EXPECT_EQ(name, env.find_partition(7)->users_snapshot()[0]);
 }
 
-TEST_F(EnvironmentTest, DeleteUnknownNameIsFalse) { EXPECT_FALSE(env.delete_template("nobody")); }
+TEST_F(EnvironmentTest, DeleteUnknownNameIsFalse) {
+    EXPECT_FALSE(env.delete_template("nobody"));
+}
 
 TEST_F(EnvironmentTest, DeleteOfAssignedOnlyNameRemovesItEverywhere) {
     ASSERT_TRUE(env.create_partition(1, false));

@@ -13,12 +13,13 @@ using palm_recognition::rcg_partition_def;
 using palm_recognition::simple_feature_lib;
 
 TEST(MatchDistanceLogin, RowsAreTheTunedTableAndTheUntunedRowFive) {
-    float const expected[6][3] = {{0.35f, 0.34f, 0.622f},  {0.36f, 0.35f, 0.592f},
-                                  {0.342f, 0.324f, 0.562f}, {0.352f, 0.346f, 0.644f},
-                                  {0.36f, 0.35f, 0.65f},
-                                  {1.8970002e31f, 3.4353064e21f, 1.7259787e25f}};
+    float const expected[6][3] = {
+        {0.35f, 0.34f, 0.622f},   {0.36f, 0.35f, 0.592f},
+        {0.342f, 0.324f, 0.562f}, {0.352f, 0.346f, 0.644f},
+        {0.36f, 0.35f, 0.65f},    {1.8970002e31f, 3.4353064e21f, 1.7259787e25f}};
     for (int r = 0; r < 6; ++r)
-        for (int c = 0; c < 3; ++c) EXPECT_EQ(expected[r][c], MATCH_DISTANCE_LOGIN[r][c]);
+        for (int c = 0; c < 3; ++c)
+            EXPECT_EQ(expected[r][c], MATCH_DISTANCE_LOGIN[r][c]);
 }
 
 TEST(Partition, StartsWithPolicyOneAndItsLimits) {
@@ -47,7 +48,8 @@ TEST(Partition, DeleteUserKeepsTheRelativeOrderOfTheRest) {
     std::string const* b = lib.intern_name("b");
     std::string const* c = lib.intern_name("c");
     std::string const* d = lib.intern_name("d");
-    for (auto u : {a, b, c, d}) p.add_user(u);
+    for (auto u : {a, b, c, d})
+        p.add_user(u);
     p.delete_user(b);
     auto const users = p.users_snapshot();
     ASSERT_EQ(3u, users.size());

@@ -11,16 +11,17 @@ namespace {
 
 std::set<std::string> defined_dynamic_symbols(bool demangle) {
     int status = 0;
-    std::string const out = palm_test::run_command(
-        std::string("nm -D --defined-only ") + (demangle ? "-C " : "") + "'" +
-            PALM_SHARED_LIBRARY_PATH + "' | cut -c20-",
-        "", &status);
+    std::string const out =
+        palm_test::run_command(std::string("nm -D --defined-only ") + (demangle ? "-C " : "") +
+                                   "'" + PALM_SHARED_LIBRARY_PATH + "' | cut -c20-",
+                               "", &status);
     EXPECT_EQ(0, status);
     std::set<std::string> names;
     std::istringstream lines(out);
     std::string line;
     while (std::getline(lines, line))
-        if (!line.empty()) names.insert(line);
+        if (!line.empty())
+            names.insert(line);
     return names;
 }
 
@@ -40,7 +41,8 @@ TEST(ExportedSymbols, DeviceApiIsExportedAndInternalsAreHidden) {
     auto const names = defined_dynamic_symbols(true);
     auto exported = [&](std::string const& prefix) {
         for (auto const& n : names)
-            if (n.compare(0, prefix.size(), prefix) == 0) return true;
+            if (n.compare(0, prefix.size(), prefix) == 0)
+                return true;
         return false;
     };
     EXPECT_TRUE(exported("palm_feature::unpack_feature("));

@@ -1,12 +1,11 @@
 // The exported C functions share one process-wide environment, so every test
 // uses its own partition ids and user names.
-#include "palm/service/palm_service.h"
-
 #include <gtest/gtest.h>
 
 #include <random>
 #include <string>
 
+#include "palm/service/palm_service.h"
 #include "sim/synthetic_records.h"
 
 namespace {
@@ -69,7 +68,8 @@ TEST(ExportedFunctions, BadTextsAreRefused) {
     std::string const long_text(136533, 'A');
     std::string const ten_mb(10u << 20, 'A');
     std::string alien = good;
-    for (std::size_t i = 0; i < 8; ++i) alien[i] = '!';
+    for (std::size_t i = 0; i < 8; ++i)
+        alien[i] = '!';
     EXPECT_FALSE(push_template("svc-bad", nullptr));
     EXPECT_FALSE(push_template("svc-bad", ""));
     EXPECT_FALSE(push_template("svc-bad", "short"));
@@ -111,7 +111,7 @@ TEST(ExportedFunctions, ClearTemplatesKeepsPartitionsAndClearPartitionsDropsThem
     ASSERT_TRUE(assign_user_to_partition(1009, "svc-clear"));
     clear_templates();
     EXPECT_FALSE(delete_template("svc-clear"));
-    EXPECT_TRUE(set_match_policy(1009, 2));  // the partition is still there
+    EXPECT_TRUE(set_match_policy(1009, 2));                    // the partition is still there
     EXPECT_TRUE(assign_user_to_partition(1009, "svc-clear"));  // and holds nobody
     clear_partitions();
     EXPECT_FALSE(set_match_policy(1009, 2));

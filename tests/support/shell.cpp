@@ -34,7 +34,8 @@ std::string run_command(std::string const& command, std::string const& input, in
     write_file(in_path, input);
     std::string const full = "(" + command + ") < '" + in_path + "' > '" + out_path + "'";
     int const rc = std::system(full.c_str());
-    if (status) *status = rc == -1 ? -1 : WEXITSTATUS(rc);
+    if (status)
+        *status = rc == -1 ? -1 : WEXITSTATUS(rc);
     std::string out = read_file(out_path);
     std::remove(in_path.c_str());
     std::remove(out_path.c_str());

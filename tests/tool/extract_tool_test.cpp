@@ -11,8 +11,8 @@
 
 #include "palm/extraction/feature_extract.h"
 #include "palm/image/palm_image.h"
-#include "support/shell.h"
 #include "sim/synthetic_palm.h"
+#include "support/shell.h"
 #include "support/tool_runner.h"
 
 namespace {

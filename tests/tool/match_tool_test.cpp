@@ -8,8 +8,8 @@
 #include "palm/matching/i_feature_match.h"
 #include "sim/code_patterns.h"
 #include "sim/random_codes.h"
-#include "support/shell.h"
 #include "sim/synthetic_records.h"
+#include "support/shell.h"
 #include "support/tool_runner.h"
 
 using palm_algorithm::i_feature_match;
@@ -163,7 +163,8 @@ TEST(MatchToolRecords, SameHandIsAcceptedAndStrangerRejected) {
     auto const lax =
         palm_test::run_tool(PALM_TOOL_PATH, "match '" + s + "' '" + e + "' --policy 5");
     EXPECT_NE(std::string::npos, lax.out.find("policy 5 accept\n")) << lax.out;
-    EXPECT_NE(0, palm_test::run_tool(PALM_TOOL_PATH, "match '" + s + "' '" + e + "' --policy 6")
-                     .status);
-    for (auto const& f : {e, p, s}) std::remove(f.c_str());
+    EXPECT_NE(
+        0, palm_test::run_tool(PALM_TOOL_PATH, "match '" + s + "' '" + e + "' --policy 6").status);
+    for (auto const& f : {e, p, s})
+        std::remove(f.c_str());
 }

@@ -6,8 +6,8 @@
 #include <string>
 
 #include "palm/feature/crypt_feature.h"
-#include "support/shell.h"
 #include "sim/synthetic_records.h"
+#include "support/shell.h"
 #include "support/tool_runner.h"
 
 namespace {
@@ -40,8 +40,8 @@ TEST(TextTool, PairsRawFeatureFilesIntoCells) {
         for (int k = 0; k < 2; ++k) {
             auto const& f = k == 0 ? record[i].first : record[i].second;
             std::string const p = palm_test::temp_file("raw" + std::to_string(i * 2 + k));
-            ASSERT_TRUE(palm_test::write_file(
-                p, std::string(reinterpret_cast<char const*>(f.data), 384)));
+            ASSERT_TRUE(
+                palm_test::write_file(p, std::string(reinterpret_cast<char const*>(f.data), 384)));
             files.push_back(p);
             args += " '" + p + "'";
         }
@@ -53,7 +53,8 @@ TEST(TextTool, PairsRawFeatureFilesIntoCells) {
     auto const odd = palm("text encode '" + files[0] + "'");
     EXPECT_NE(0, odd.status);
     EXPECT_NE(std::string::npos, odd.err.find("vein")) << odd.err;
-    for (auto const& p : files) std::remove(p.c_str());
+    for (auto const& p : files)
+        std::remove(p.c_str());
 }
 
 TEST(TextTool, DecodeWritesTheRecordFile) {

@@ -170,8 +170,7 @@ TEST(WorkflowTool, TheDeviceCommandsExplainThemselves) {
         auto const r = palm(std::string(name) + " --help");
         EXPECT_EQ(0, r.status) << name;
         EXPECT_NE(std::string::npos, r.out.find(std::string("Usage: palm ") + name)) << r.out;
-        EXPECT_NE(std::string::npos, r.out.find("Example:\n  palm " + std::string(name)))
-            << r.out;
+        EXPECT_NE(std::string::npos, r.out.find("Example:\n  palm " + std::string(name))) << r.out;
     }
     auto const help = palm("help");
     for (char const* name : {"precheck", "enrol", "login"})
