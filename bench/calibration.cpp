@@ -55,7 +55,7 @@ void BM_CalibCalc(benchmark::State& state) {
 }
 BENCHMARK(BM_CalibCalc)->Unit(benchmark::kMillisecond);
 
-// Part 1: the curves and crossings of both images.
+// Step 1: the curves and crossings of both images.
 void BM_ExtractionBothImages(benchmark::State& state) {
     const extracted& b = board();
     for (auto _ : state) {
@@ -69,7 +69,7 @@ void BM_ExtractionBothImages(benchmark::State& state) {
 }
 BENCHMARK(BM_ExtractionBothImages)->Unit(benchmark::kMillisecond);
 
-// Part 2: the pencil fits of both families of both cameras.
+// Step 2: the pencil fits of both families of both cameras.
 void BM_LensFitsBothCameras(benchmark::State& state) {
     const extracted& b = board();
     for (auto _ : state) {
@@ -82,7 +82,7 @@ void BM_LensFitsBothCameras(benchmark::State& state) {
 }
 BENCHMARK(BM_LensFitsBothCameras)->Unit(benchmark::kMillisecond);
 
-// Part 3: the homography from the 64 crossings.
+// Step 3: the homography from the 64 crossings.
 void BM_Homography(benchmark::State& state) {
     const extracted& b = board();
     for (auto _ : state) {

@@ -1,5 +1,5 @@
 // "palm guide": the guidance overlay a device shows a person.
-//   palm guide CARD VL NIR OUT [--canvas W H] [--overlay PICTURE.png]
+//   palm guide CARD VL NIR OUT [--canvas W H] [--overlay OUT.png]
 //     pre-check of the near-infrared frame, crop of the pair, then the
 //     overlay of the template CARD; prints "rect L T R B" and writes the
 //     canvas to OUT, or prints "none" and writes nothing.
@@ -29,7 +29,7 @@ struct guide_options {
 };
 
 const char kSynopsis[] =
-    "palm guide CARD VL NIR OUT [--canvas W H] [--overlay PICTURE.png] | "
+    "palm guide CARD VL NIR OUT [--canvas W H] [--overlay OUT.png] | "
     "palm guide CARD OUT --transform ANGLE SCALE DX DY [--canvas W H]";
 
 bool fits_int(long long v) {

@@ -76,7 +76,15 @@ namespace {
 void print_usage(std::ostream& out) {
     out << "usage: palm COMMAND [ARGS...]    (palm COMMAND --help for its options)\n\ncommands:\n";
     for (auto const& c : palm_tool::commands()) {
-        out << "  " << c.synopsis << "\n";
+        // One line per form, so that each reads as it is typed.
+        std::string::size_type start = 0;
+        for (;;) {
+            std::string::size_type const bar = c.synopsis.find(" | ", start);
+            out << "  " << c.synopsis.substr(start, bar - start) << "\n";
+            if (bar == std::string::npos)
+                break;
+            start = bar + 3;
+        }
         out << "      " << c.summary << "\n";
     }
     out << "  palm --version\n      print the version\n";
