@@ -132,10 +132,9 @@ int run_guide(const guide_options& opt) {
     std::string error;
     if (!palm_tool::read_grey_image(opt.files[0], card, error))
         return palm_tool::fail(error);
-    if (card.GetWidth() > w || card.GetHeight() > h)
-        return palm_tool::fail("the card (" + std::to_string(card.GetWidth()) + " by " +
-                               std::to_string(card.GetHeight()) + ") is larger than the canvas (" +
-                               std::to_string(w) + " by " + std::to_string(h) + ")");
+    // A card of any size goes to the library: a turned box larger than the
+    // canvas is cut to it before placement, and the rectangle says what was
+    // drawn.
     return transform ? run_transform(opt, card, w, h) : run_frames(opt, card, w, h);
 }
 
