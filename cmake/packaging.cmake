@@ -9,10 +9,10 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
-# The run-time libraries come from dpkg-shlibdeps; the development packages
-# because palmConfig.cmake finds Boost.Thread for its users.
+# The run-time libraries come from dpkg-shlibdeps. Boost is linked privately
+# and no installed header includes it, so users need no Boost development
+# package.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libboost-thread-dev (>= 1.74), libboost-system-dev (>= 1.74)")
 # The Python module's evaluation and the Java class need these at run time
 # only, so they are recommended rather than required.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
