@@ -8,6 +8,7 @@
 #include "arguments.h"
 #include "bindings.h"
 #include "localisation.h"
+#include "palm/capture/i_palm_precheck.h"
 #include "palm/image/crop_results.h"
 #include "palm/image/image_pair.h"
 #include "palm/localisation/palm_crop.h"
@@ -21,21 +22,6 @@ using palm_algorithm::CPalmCrop;
 using palm_struct::_crop_results;
 using palm_struct::_point;
 
-// What one crop found: the code, each field of the record, the guidance word
-// and the two regions.
-struct crop_result {
-    int code = 0;
-    py::tuple nir_key_normal, nir_corner_normal, nir_key, nir_corner;
-    py::tuple vl_key_normal, vl_corner_normal, vl_key, vl_corner;
-    double area_percent = 0.0;
-    double rotate_angle = 0.0;
-    int palm_offset_x = 0;
-    int palm_offset_y = 0;
-    int palm_position = 0;
-    py::object vl_roi = py::none();
-    py::object nir_roi = py::none();
-};
-
 char const* const POINT_FIELDS[] = {"nir_key_normal", "nir_corner_normal", "nir_key", "nir_corner",
                                     "vl_key_normal",  "vl_corner_normal",  "vl_key",  "vl_corner"};
 
@@ -46,7 +32,10 @@ py::tuple points(_point<int> const* p, int n) {
     return t;
 }
 
-crop_result crop(py::handle vl_object, py::handle nir_object) {
+crop_result crop(py::handle vl_object, py::handle nir_object, py::handle precheck_object) {
+    if (!py::isinstance<py::bool_>(precheck_object))
+        throw py::type_error("crop(precheck): expected True or False");
+    bool const precheck = precheck_object.cast<bool>();
     palm_share::image_pair in;
     in.vl = image_argument(vl_object, argument{"crop", "vl"});
     in.nir = image_argument(nir_object, argument{"crop", "nir"});
@@ -57,6 +46,10 @@ crop_result crop(py::handle vl_object, py::handle nir_object) {
     {
         py::gil_scoped_release unlocked;
         ensure_lens_tables();
+        // As the device workflow does: the pre-check writes area_percent,
+        // which the guidance scales by.
+        if (precheck)
+            palm_algorithm::get_palm_precheck_inst()->PreCheck(in.nir, res);
         code = palm_algorithm::get_crop_inst()->Crop(in, out, res);
         position = palm_algorithm::get_crop_inst()->GetPalmPos(res);
     }
@@ -75,6 +68,7 @@ crop_result crop(py::handle vl_object, py::handle nir_object) {
     r.palm_offset_x = res.palm_offset_x;
     r.palm_offset_y = res.palm_offset_y;
     r.palm_position = static_cast<int>(position);
+    r.res = res;
     if (!out.empty()) {
         r.vl_roi = image_array(out[0].vl);
         r.nir_roi = image_array(out[0].nir);
@@ -147,10 +141,12 @@ void bind_localisation(py::module_& m) {
                    std::to_string(r.palm_offset_x) + ", " + std::to_string(r.palm_offset_y) + "))";
         });
 
-    m.def("crop", &crop, py::arg("vl"), py::arg("nir"),
+    m.def("crop", &crop, py::arg("vl"), py::arg("nir"), py::arg("precheck") = false,
           "Locates the palm in a frame pair (two uint8 arrays of the same shape, visible\n"
           "light and near infrared, 480x640 for the device) and cuts both 110x110\n"
-          "regions. Returns a CropResult. Runs without the interpreter lock. Each\n"
+          "regions. With precheck=True the pre-check of the near-infrared frame runs\n"
+          "first and gives area_percent, as in the device workflow (the guidance\n"
+          "scales by it). Returns a CropResult. Runs without the interpreter lock. Each\n"
           "thread sizes its working images by the first frame it crops and keeps\n"
           "them: crop frames of one size on a thread.");
 }

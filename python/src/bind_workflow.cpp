@@ -21,11 +21,6 @@ namespace {
 
 using palm_algorithm::palm_position;
 
-std::mutex& device_mutex() {
-    static std::mutex m;
-    return m;
-}
-
 py::tuple precheck(py::handle nir_object) {
     palm_share::palm_image const nir = image_argument(nir_object, argument{"precheck", "nir"});
     palm_struct::_crop_results res;
@@ -188,6 +183,11 @@ py::dict login(py::handle vl, py::handle nir, py::handle ids_object, py::handle 
 }
 
 }  // namespace
+
+std::mutex& device_mutex() {
+    static std::mutex m;
+    return m;
+}
 
 void bind_workflow(py::module_& m) {
     m.attr("FIRST_HAND") = int(palm_feature_lib::first_hand);

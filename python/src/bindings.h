@@ -14,6 +14,9 @@ void bind_localisation(py::module_& m);
 void bind_service(py::module_& m);
 void bind_workflow(py::module_& m);
 void bind_images(py::module_& m);
+void bind_calibration(py::module_& m);
+void bind_capture(py::module_& m);
+void bind_enrolment(py::module_& m);
 // Synthetic palms and frames for evaluations and tests, as a private submodule.
 void bind_synthetic(py::module_& m);
 

@@ -22,5 +22,8 @@ PYBIND11_MODULE(_palm, m) {
     palm_python::bind_service(m);
     palm_python::bind_workflow(m);
     palm_python::bind_images(m);
+    palm_python::bind_calibration(m);
+    palm_python::bind_capture(m);
+    palm_python::bind_enrolment(m);
     palm_python::bind_synthetic(m);
 }
