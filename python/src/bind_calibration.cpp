@@ -14,6 +14,7 @@
 #include "localisation.h"
 #include "palm/calibration/i_calib_calc.h"
 #include "palm/localisation/calib_data.h"
+#include "palm/localisation/lens_mapping.h"
 #include "palm/localisation/palm_crop.h"
 
 namespace palm_python {
@@ -157,6 +158,15 @@ void def_number(py::class_<cp_single>& c, char const* name) {
         });
 }
 
+// One point through the lens model, relative to the lens centre.
+template <void (*Map)(const _point<double>&, _point<double>&, const cp_single&)>
+py::tuple map_point(py::handle in_object, cp_single const& cp, char const* function) {
+    _point<double> const in = point_argument(in_object, argument{function, "in"});
+    _point<double> out{0, 0};
+    Map(in, out, cp);
+    return point_tuple(out);
+}
+
 bool same_lens(cp_single const& a, cp_single const& b) {
     return a.center_x == b.center_x && a.center_y == b.center_y && a.focal_x == b.focal_x &&
            a.focal_y == b.focal_y && a.left.x == b.left.x && a.left.y == b.left.y &&
@@ -254,6 +264,21 @@ void bind_calibration(py::module_& m) {
           "Writes the lens tables in force to a mapping file (2457608 bytes) headed by\n"
           "the tag (str or bytes of at most 8 bytes, padded with zeros). False when no\n"
           "table exists yet or the file cannot be written.");
+    m.def(
+        "MappingForward",
+        [](py::handle in, cp_single const& cp) {
+            return map_point<&palm_algorithm::MappingForward>(in, cp, "MappingForward");
+        },
+        py::arg("in"), py::arg("cp"),
+        "A point of the normal plane to the raw frame through the lens cp, both (x, y)\n"
+        "relative to the lens centre.");
+    m.def(
+        "MappingBackward",
+        [](py::handle in, cp_single const& cp) {
+            return map_point<&palm_algorithm::MappingBackward>(in, cp, "MappingBackward");
+        },
+        py::arg("in"), py::arg("cp"),
+        "A point of the raw frame to the normal plane, both relative to the lens centre.");
     m.def("load_calib_mapping_file", &load_mapping, py::arg("path"), py::arg("tag"),
           "Loads the lens tables from a mapping file whose tag matches; False otherwise.");
 }

@@ -122,6 +122,20 @@ def test_a_crop_after_a_calibration_matches_the_tool_with_that_file(tmp_path, ca
     assert palm.crop(vl, nir).vl_key != mine.vl_key
 
 
+@pytest.mark.parametrize("x, y", [(320, 240), (0, 0), (639, 479), (303.84606067996, 100.5)])
+@pytest.mark.parametrize("camera", ["nir", "vl"])
+def test_lens_mapping_of_a_point_matches_the_tool(calibrated, camera, x, y):
+    path, _ = calibrated
+    for data, calib in ((palm.calib_data.default(), []), (palm.calib_data.read(path),
+                                                           ["--calib", path])):
+        cp = getattr(data, camera)
+        for direction, mapping in (("--forward", palm.MappingForward),
+                                   ("--backward", palm.MappingBackward)):
+            out = run_tool("lens", "map", x, y, "--camera", camera, direction, *calib).stdout
+            px, py = mapping((x - cp.center_x, y - cp.center_y), cp)
+            assert out == "%.6f %.6f\n" % (px + cp.center_x, py + cp.center_y)
+
+
 def test_focus_measure_matches_the_tool(board):
     folder, nir, vl = board
     for name, image in (("nir", nir), ("vl", vl)):
@@ -192,6 +206,9 @@ frame = numpy.zeros((480, 640), numpy.uint8)
     (lambda: setattr(palm.calib_data(), "nir_to_vl", [1, 2]), TypeError),
     (lambda: setattr(palm.calib_data(), "nir_to_vl", [math.nan] * 9), ValueError),
     (lambda: setattr(palm.calib_data(), "nir", 5), TypeError),
+    (lambda: palm.MappingForward((1.0, 2.0), None), TypeError),
+    (lambda: palm.MappingForward(None, palm.calib_data.default().vl), TypeError),
+    (lambda: palm.MappingBackward((1.0, math.nan), palm.calib_data.default().vl), ValueError),
 ])
 def test_bad_input_raises(call, error):
     with pytest.raises(error):
