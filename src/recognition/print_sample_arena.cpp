@@ -1,5 +1,6 @@
 #include "palm/recognition/print_sample_arena.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -35,7 +36,8 @@ unsigned char* print_sample_arena::allocate(int codes) {
         return run;
     }
     if (next_ == nullptr || static_cast<std::size_t>(end_ - next_) < bytes) {
-        chunks_.reserve(chunks_.size() + 1);
+        if (chunks_.size() == chunks_.capacity())
+            chunks_.reserve(std::max<std::size_t>(16, 2 * chunks_.capacity()));
         next_ = new_block(CHUNK_BYTES);
         end_ = next_ + CHUNK_BYTES;
         chunks_.push_back(next_);

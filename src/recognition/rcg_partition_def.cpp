@@ -101,6 +101,16 @@ void rcg_partition_def::stop_workers() {
     thread_data.clear();
 }
 
+namespace {
+
+template <typename T>
+void reserve_one_more(std::vector<T>& v) {
+    if (v.size() == v.capacity())
+        v.reserve(std::max<std::size_t>(16, 2 * v.capacity()));
+}
+
+}  // namespace
+
 void rcg_partition_def::match_thread_func(match_thread_data* data) {
     for (;;) {
         data->start_gate.lock();
@@ -125,8 +135,10 @@ bool rcg_partition_def::add_user(std::string const* user) {
         return false;
     sweep_slot const* const slot = lib.find_slot(user);
     // Room first, so that the list, its slots and the set change together.
-    users.reserve(users.size() + 1);
-    user_slots_.reserve(user_slots_.size() + 1);
+    // The room grows by doubling: reserving one more each time would copy the
+    // whole list on every assignment.
+    reserve_one_more(users);
+    reserve_one_more(user_slots_);
     members_.insert(user);
     users.push_back(user);
     user_slots_.push_back(slot);
