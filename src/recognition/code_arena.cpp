@@ -60,6 +60,7 @@ unsigned char* code_arena::new_slab(run_class& c, std::size_t run_bytes) {
         s.bytes = round_up(bytes, SLAB_BYTES);
         s.base = map_aligned(s.bytes);
         s.mapped = true;
+        mapped_bytes_ += s.bytes;
     } else {
         s.bytes = bytes;
         s.base = static_cast<unsigned char*>(::operator new(bytes, LINE));
@@ -111,6 +112,7 @@ void code_arena::clear() {
     classes_.clear();
     slab_bytes_ = 0;
     run_bytes_ = 0;
+    mapped_bytes_ = 0;
 }
 
 }  // namespace palm_recognition

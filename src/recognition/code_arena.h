@@ -40,6 +40,9 @@ class code_arena {
     // and not given back.
     std::size_t slab_bytes() const { return slab_bytes_; }
     std::size_t run_bytes() const { return run_bytes_; }
+    // The part of slab_bytes mapped from the system directly, which the
+    // heap's own statistics do not see.
+    std::size_t mapped_bytes() const { return mapped_bytes_; }
 
   private:
     struct slab {
@@ -61,6 +64,7 @@ class code_arena {
     std::vector<slab> slabs_;
     std::size_t slab_bytes_ = 0;
     std::size_t run_bytes_ = 0;
+    std::size_t mapped_bytes_ = 0;
 };
 
 }  // namespace palm_recognition

@@ -55,9 +55,12 @@ class simple_feature_lib {
     // name's current template; it changes only where templates change.
     sweep_slot const* find_slot(std::string const* name) const;
 
-    // Bytes of code storage taken from the system, and of codes held.
+    // Bytes of code storage taken from the system, and of codes held; the
+    // part of the storage that is mapped directly rather than taken from the
+    // heap, which the heap's statistics do not count.
     std::size_t code_slab_bytes() const { return codes_.slab_bytes(); }
     std::size_t code_bytes() const { return codes_.run_bytes(); }
+    std::size_t code_mapped_bytes() const { return codes_.mapped_bytes(); }
 
     // Every known name in order of first appearance. May hold names that have
     // no template (assigned to a partition before their template came).

@@ -90,7 +90,12 @@ TEST(CodeArena, ManyRunsKeepTheirCodesAcrossSlabsAndClearGivesAllBack) {
     // What the slabs hold beyond the runs is bounded by one full slab and the
     // rest of the smaller ones.
     EXPECT_LE(arena.slab_bytes(), arena.run_bytes() + 2 * code_arena::SLAB_BYTES);
+    // Full slabs are mapped whole, in units of a huge page.
+    EXPECT_GT(arena.mapped_bytes(), 0u);
+    EXPECT_LE(arena.mapped_bytes(), arena.slab_bytes());
+    EXPECT_EQ(0u, arena.mapped_bytes() % code_arena::SLAB_BYTES);
     arena.clear();
+    EXPECT_EQ(0u, arena.mapped_bytes());
     EXPECT_EQ(0u, arena.slab_bytes());
     EXPECT_EQ(0u, arena.run_bytes());
     EXPECT_TRUE(aligned_to_line(arena.allocate(codes)));
