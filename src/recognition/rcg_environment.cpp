@@ -42,8 +42,10 @@ bool rcg_environment::push_template(char const* user, char const* feature_text) 
     if (user == nullptr || feature_text == nullptr)
         return false;
     // Decoding needs no shared state, so it runs before the writers' lock is
-    // taken and matching waits only for the store update itself.
-    palm_feature::user_palm_feature record;
+    // taken and matching waits only for the store update itself. The store
+    // copies the codes, so each thread decodes into one record of its own
+    // again and again, and a push allocates nothing for its cells.
+    thread_local palm_feature::user_palm_feature record;
     try {
         if (!palm_feature::unpack_feature(feature_text, record))
             return false;

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
+#include <cstring>
 #include <exception>
 
 #include "palm/feature/unpack_feature.h"
@@ -101,6 +102,16 @@ void rcg_partition_def::stop_workers() {
     thread_data.clear();
 }
 
+namespace {
+
+template <typename T>
+void reserve_one_more(std::vector<T>& v) {
+    if (v.size() == v.capacity())
+        v.reserve(std::max<std::size_t>(16, 2 * v.capacity()));
+}
+
+}  // namespace
+
 void rcg_partition_def::match_thread_func(match_thread_data* data) {
     for (;;) {
         data->start_gate.lock();
@@ -125,8 +136,10 @@ bool rcg_partition_def::add_user(std::string const* user) {
         return false;
     sweep_slot const* const slot = lib.find_slot(user);
     // Room first, so that the list, its slots and the set change together.
-    users.reserve(users.size() + 1);
-    user_slots_.reserve(user_slots_.size() + 1);
+    // The room grows by doubling: reserving one more each time would copy the
+    // whole list on every assignment.
+    reserve_one_more(users);
+    reserve_one_more(user_slots_);
     members_.insert(user);
     users.push_back(user);
     user_slots_.push_back(slot);
@@ -261,8 +274,9 @@ bool rcg_partition_def::match_1v1(char const* a, char const* spare, char const* 
 
 bool rcg_partition_def::match_1v1(char const* text, char const* /*spare*/,
                                   std::string const* user) const {
-    palm_feature::user_palm_feature const* const stored = lib.find_template(user);
-    if (stored == nullptr)
+    // The comparer works on records: the stored codes are copied into one.
+    palm_feature::user_palm_feature stored;
+    if (!lib.copy_template(user, stored))
         return false;
     if (text == nullptr)
         return false;
@@ -273,7 +287,7 @@ bool rcg_partition_def::match_1v1(char const* text, char const* /*spare*/,
     } catch (std::exception const&) {
         return false;
     }
-    return match_1v1(probe, *stored);
+    return match_1v1(probe, stored);
 }
 
 bool rcg_partition_def::match_1v1(palm_feature::user_palm_feature const& a,
@@ -372,20 +386,11 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
         }
 
         sweep_slot const* const slot = slots[i];
-        palm_feature::user_palm_feature const* t;
-        unsigned char const* run = nullptr;
-        int cells = 0;
-        // The slot alone serves a template whose sampled prints lie in a
-        // run: the record itself is not touched.
-        if (slot != nullptr && slot->name == users[i]) {
-            t = slot->record;
-            run = slot->sampled_prints;
-            cells = slot->cells;
-        } else {
-            t = job.lib->find_template(users[i]);
-            if (t != nullptr)
-                cells = t->size();
-        }
+        // The slot taken at assignment serves unless the list was changed
+        // behind the partition's back.
+        sweep_slot const* const t = slot != nullptr && slot->name == users[i]
+                                        ? (slot->stored ? slot : nullptr)
+                                        : job.lib->find_template(users[i]);
         if (t == nullptr) {
             // The slot keeps its initial (0.0, 0).
             offer(out, job.keep, coarse_result{0.0, 0, 0});
@@ -395,16 +400,15 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
             }
             continue;
         }
+        int const cells = t->cells;
         int const stride = job.parallel_rule ? rcg_partition_def::parallel_stride(cells)
                                              : rcg_partition_def::normal_stride(cells);
-        if (stride != 5)
-            run = nullptr;
+        // A stride of 5 reads the run of sampled prints from its start.
         float d = 1.0f;
         int best_cell = 0;
         for (int k = 0; k < cells; k += stride) {
-            unsigned char const* code = run != nullptr
-                                            ? run + (k / 5) * print_sample_arena::CODE_BYTES
-                                            : (*t)[k].first.data;
+            unsigned char const* code =
+                stride == 5 ? t->sampled_prints + (k / 5) * sweep_slot::CODE_BYTES : t->print(k);
             float const e = probe.distance(code);
             if (d > e) {
                 best_cell = k;
@@ -532,14 +536,14 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     auto template_of = [&](int i) {
         sweep_slot const* const slot = user_slots_[static_cast<std::size_t>(i)];
         return slot != nullptr && slot->name == users[static_cast<std::size_t>(i)]
-                   ? slot->record
+                   ? (slot->stored ? slot : nullptr)
                    : lib.find_template(users[static_cast<std::size_t>(i)]);
     };
 
     // Fine stage: the four variants behind each original, for the best only.
     // The list is not sorted again.
     for (coarse_result& r : list) {
-        palm_feature::user_palm_feature const* const t = template_of(r.index);
+        sweep_slot const* const t = template_of(r.index);
         if (t == nullptr)
             continue;
         int const cells = t->size();
@@ -547,7 +551,7 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
             continue;
         for (int b = 0; b < cells; b += 5) {
             for (int c = b + 1; c <= b + 4; ++c) {
-                double const e = print.distance((*t)[c].first.data);
+                double const e = print.distance(t->print(c));
                 if (e < r.distance) {
                     r.distance = e;
                     cell_of(r) = c;
@@ -557,14 +561,17 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     }
 
     // Verify stage: the vein of the one cell that won the print search.
+    // The matcher compares features: the stored vein is copied into one.
     candidates_.clear();
+    palm_feature::single_feature vein;
     for (coarse_result& r : list) {
         if (!(r.distance < print_limit))
             continue;
-        palm_feature::user_palm_feature const* const t = template_of(r.index);
+        sweep_slot const* const t = template_of(r.index);
         if (t == nullptr)
             continue;
-        float const f = matcher->match(probe.second, (*t)[cell_of(r)].second, degree);
+        std::memcpy(vein.data, t->vein(cell_of(r)), sweep_slot::CODE_BYTES);
+        float const f = matcher->match(probe.second, vein, degree);
         if (!(vein_limit > f))
             continue;
         std::pair<float, float> const d(static_cast<float>(r.distance), f);
