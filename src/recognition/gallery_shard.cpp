@@ -135,8 +135,10 @@ std::vector<candidate_verdict> gallery_shard::fine(cell_type const& probe,
     shared_lock lock(env_.mutex);
     std::vector<std::string const*> names;
     names.reserve(users.size());
+    // A name holding a NUL would be found by its first part alone.
     for (std::string const& user : users)
-        names.push_back(env_.find_name(user.c_str()));
+        names.push_back(user.find('\0') == std::string::npos ? env_.find_name(user.c_str())
+                                                             : nullptr);
     rcg_partition_def const& partition = *env_.find_partition(PARTITION);
     shared_lock limits(partition.mutex);
     return fine_and_verify(partition, probe, names);
