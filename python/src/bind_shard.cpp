@@ -77,17 +77,26 @@ std::unique_ptr<gallery_shard> make_shard(py::handle policy, py::handle workers)
     return std::unique_ptr<gallery_shard>(new gallery_shard(p, static_cast<unsigned>(w)));
 }
 
+// A text where a false answer covers every unusable one, as in the C
+// interface: only a wrong type raises. False when the text is too long or
+// holds a NUL, which no feature text does.
+bool usable_text(py::handle text, char const* function, std::string& out) {
+    if (!PyUnicode_Check(text.ptr()) && !PyBytes_Check(text.ptr()))
+        throw py::type_error(std::string(function) + "(text): expected str, got " +
+                             std::string(py::str(py::type::handle_of(text).attr("__name__"))));
+    try {
+        out = probe_argument(text, function);
+    } catch (py::value_error const&) {
+        return false;
+    }
+    return true;
+}
+
 bool shard_push(gallery_shard& s, py::handle user, py::handle text) {
     std::string const u = user_argument(user, "GalleryShard.push");
-    if (!PyUnicode_Check(text.ptr()) && !PyBytes_Check(text.ptr()))
-        throw py::type_error("GalleryShard.push(text): expected str, got " +
-                             std::string(py::str(py::type::handle_of(text).attr("__name__"))));
     std::string t;
-    try {
-        t = probe_argument(text, "GalleryShard.push");
-    } catch (py::value_error const&) {
-        return false;  // too long or holding a NUL: not a template, nothing stored
-    }
+    if (!usable_text(text, "GalleryShard.push", t))
+        return false;
     py::gil_scoped_release unlocked;
     return s.push(u.c_str(), t.c_str());
 }
@@ -160,13 +169,17 @@ py::list shard_fine(gallery_shard const& s, py::handle text, py::handle cell, py
 
 bool shard_verify(gallery_shard const& s, py::handle user, py::handle text) {
     std::string const u = user_argument(user, "GalleryShard.verify");
-    std::string const t = probe_argument(text, "GalleryShard.verify");
+    std::string t;
+    if (!usable_text(text, "GalleryShard.verify", t))
+        return false;
     py::gil_scoped_release unlocked;
     return s.verify(u.c_str(), t.c_str());
 }
 
 py::object shard_identify(gallery_shard& s, py::handle text) {
-    std::string const t = probe_argument(text, "GalleryShard.identify");
+    std::string t;
+    if (!usable_text(text, "GalleryShard.identify", t))
+        return py::none();
     std::string name;
     bool found;
     {
