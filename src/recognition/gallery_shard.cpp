@@ -92,7 +92,7 @@ std::size_t gallery_shard::memory_bytes() const {
     std::size_t bytes = 0;
     for (std::string const* name : env_.names) {
         bytes += NAME_OVERHEAD + name->capacity() + PARTITION_OVERHEAD;
-        palm_feature::user_palm_feature const* const t = env_.find_template(name);
+        auto const* const t = env_.find_template(name);
         if (t == nullptr)
             continue;
         int const cells = t->size();

@@ -549,7 +549,7 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     // Fine stage: the four variants behind each original, for the best only.
     // The list is not sorted again.
     for (coarse_result& r : list) {
-        palm_feature::user_palm_feature const* const t = template_of(r.index);
+        auto const* const t = template_of(r.index);
         if (t != nullptr)
             fine_stage(print, *t, r.distance, cell_of(r));
     }
@@ -558,12 +558,14 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     // follows the whole fine stage because users without a template share
     // user 0's cell.
     accept_limits const limits{print_limit, vein_limit, bias};
+    palm_feature::single_feature scratch;
     candidates_.clear();
     for (coarse_result& r : list) {
-        palm_feature::user_palm_feature const* const t = template_of(r.index);
+        auto const* const t = template_of(r.index);
         if (t == nullptr)
             continue;
-        candidate_verdict const v = verify_stage(probe, *t, r.distance, cell_of(r), limits);
+        candidate_verdict const v =
+            verify_stage(probe, *t, r.distance, cell_of(r), limits, scratch);
         if (v.accepted)
             candidates_.push_back(CANDINATE_INFO{v.print_dist, v.vein_dist, r.index});
     }
