@@ -84,23 +84,14 @@ std::vector<std::string> gallery_shard::users() const {
 
 std::size_t gallery_shard::memory_bytes() const {
     shared_lock lock(env_.mutex);
-    // Per user: the name and its index entry, the record with its cells, the
-    // run of sampled prints, and the partition's list, slot and set entries.
-    const std::size_t NAME_OVERHEAD = sizeof(std::string) + 64;
-    const std::size_t RECORD_OVERHEAD = sizeof(palm_feature::user_palm_feature) + 48;
-    const std::size_t PARTITION_OVERHEAD = 2 * sizeof(void*) + 32;
-    std::size_t bytes = 0;
-    for (std::string const* name : env_.names) {
-        bytes += NAME_OVERHEAD + name->capacity() + PARTITION_OVERHEAD;
-        auto const* const t = env_.find_template(name);
-        if (t == nullptr)
-            continue;
-        int const cells = t->size();
-        bytes += RECORD_OVERHEAD + static_cast<std::size_t>(cells) *
-                                       (sizeof(cell_type) + 2 * palm_feature::FEATURE_DATA_SIZE);
-        if (sweep_samples_every_fifth(cells))
-            bytes += static_cast<std::size_t>((cells + 4) / 5) * palm_feature::FEATURE_DATA_SIZE;
-    }
+    // The store's code storage as taken from the system, and per user the
+    // name with its slot and index entry and the partition's list, slot and
+    // set entries.
+    const std::size_t USER_OVERHEAD =
+        sizeof(std::string) + sizeof(sweep_slot) + 64 + 2 * sizeof(void*) + 32;
+    std::size_t bytes = env_.code_slab_bytes();
+    for (std::string const* name : env_.names)
+        bytes += USER_OVERHEAD + name->capacity();
     return bytes;
 }
 

@@ -48,8 +48,8 @@ class gallery_shard {
 
     std::size_t size() const;
     std::vector<std::string> users() const;
-    // An estimate of the bytes that the shard's users take: names, cells,
-    // the coarse stage's copies of sampled prints and the partition's lists.
+    // An estimate of the bytes that the shard's users take: the store's code
+    // storage, names and the partition's lists.
     std::size_t memory_bytes() const;
 
     // Decodes a probe; false for a null text or one that does not decode.

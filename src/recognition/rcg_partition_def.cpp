@@ -4,6 +4,7 @@
 #include <atomic>
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
+#include <cstring>
 #include <exception>
 
 #include "palm/feature/unpack_feature.h"
@@ -103,6 +104,16 @@ void rcg_partition_def::stop_workers() {
     thread_data.clear();
 }
 
+namespace {
+
+template <typename T>
+void reserve_one_more(std::vector<T>& v) {
+    if (v.size() == v.capacity())
+        v.reserve(std::max<std::size_t>(16, 2 * v.capacity()));
+}
+
+}  // namespace
+
 void rcg_partition_def::match_thread_func(match_thread_data* data) {
     for (;;) {
         data->start_gate.lock();
@@ -127,8 +138,10 @@ bool rcg_partition_def::add_user(std::string const* user) {
         return false;
     sweep_slot const* const slot = lib.find_slot(user);
     // Room first, so that the list, its slots and the set change together.
-    users.reserve(users.size() + 1);
-    user_slots_.reserve(user_slots_.size() + 1);
+    // The room grows by doubling: reserving one more each time would copy the
+    // whole list on every assignment.
+    reserve_one_more(users);
+    reserve_one_more(user_slots_);
     members_.insert(user);
     users.push_back(user);
     user_slots_.push_back(slot);
@@ -263,8 +276,9 @@ bool rcg_partition_def::match_1v1(char const* a, char const* spare, char const* 
 
 bool rcg_partition_def::match_1v1(char const* text, char const* /*spare*/,
                                   std::string const* user) const {
-    palm_feature::user_palm_feature const* const stored = lib.find_template(user);
-    if (stored == nullptr)
+    // The comparer works on records: the stored codes are copied into one.
+    palm_feature::user_palm_feature stored;
+    if (!lib.copy_template(user, stored))
         return false;
     if (text == nullptr)
         return false;
@@ -275,7 +289,7 @@ bool rcg_partition_def::match_1v1(char const* text, char const* /*spare*/,
     } catch (std::exception const&) {
         return false;
     }
-    return match_1v1(probe, *stored);
+    return match_1v1(probe, stored);
 }
 
 bool rcg_partition_def::match_1v1(palm_feature::user_palm_feature const& a,
@@ -374,20 +388,11 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
         }
 
         sweep_slot const* const slot = slots[i];
-        palm_feature::user_palm_feature const* t;
-        unsigned char const* run = nullptr;
-        int cells = 0;
-        // The slot alone serves a template whose sampled prints lie in a
-        // run: the record itself is not touched.
-        if (slot != nullptr && slot->name == users[i]) {
-            t = slot->record;
-            run = slot->sampled_prints;
-            cells = slot->cells;
-        } else {
-            t = job.lib->find_template(users[i]);
-            if (t != nullptr)
-                cells = t->size();
-        }
+        // The slot taken at assignment serves unless the list was changed
+        // behind the partition's back.
+        sweep_slot const* const t = slot != nullptr && slot->name == users[i]
+                                        ? (slot->stored ? slot : nullptr)
+                                        : job.lib->find_template(users[i]);
         if (t == nullptr) {
             // The slot keeps its initial (0.0, 0).
             offer(out, job.keep, coarse_result{0.0, 0, 0});
@@ -397,16 +402,15 @@ void sweep_range(sweep_job const& job, unsigned begin, unsigned end, sweep_resul
             }
             continue;
         }
+        int const cells = t->cells;
         int const stride = job.parallel_rule ? rcg_partition_def::parallel_stride(cells)
                                              : rcg_partition_def::normal_stride(cells);
-        if (stride != 5)
-            run = nullptr;
+        // A stride of 5 reads the run of sampled prints from its start.
         float d = 1.0f;
         int best_cell = 0;
         for (int k = 0; k < cells; k += stride) {
-            unsigned char const* code = run != nullptr
-                                            ? run + (k / 5) * print_sample_arena::CODE_BYTES
-                                            : (*t)[k].first.data;
+            unsigned char const* code =
+                stride == 5 ? t->sampled_prints + (k / 5) * sweep_slot::CODE_BYTES : t->print(k);
             float const e = probe.distance(code);
             if (d > e) {
                 best_cell = k;
@@ -542,7 +546,7 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     auto template_of = [&](int i) {
         sweep_slot const* const slot = user_slots_[static_cast<std::size_t>(i)];
         return slot != nullptr && slot->name == users[static_cast<std::size_t>(i)]
-                   ? slot->record
+                   ? (slot->stored ? slot : nullptr)
                    : lib.find_template(users[static_cast<std::size_t>(i)]);
     };
 

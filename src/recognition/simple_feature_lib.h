@@ -6,7 +6,6 @@
 #define PALM_RECOGNITION_SIMPLE_FEATURE_LIB_H_
 
 #include <cstddef>
-#include <map>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -14,7 +13,7 @@
 #include <vector>
 
 #include "palm/feature/user_palm_feature.h"
-#include "palm/recognition/print_sample_arena.h"
+#include "palm/recognition/code_arena.h"
 #include "palm/recognition/sweep_slot.h"
 
 namespace palm_recognition {
@@ -37,33 +36,45 @@ class simple_feature_lib {
     // Erases every template and every name.
     void clear();
 
-    // The template stored under an interned name, or null.
-    palm_feature::user_palm_feature const* find_template(std::string const* name) const {
-        auto const it = features.find(name);
-        return it == features.end() ? nullptr : &it->second;
-    }
-    // Replaces the template of an interned name as a whole. The cells move
-    // into the pool of stored code blocks.
-    void store_template(std::string const* name, palm_feature::user_palm_feature& record);
+    // The template stored under an interned name, or null when it has none.
+    sweep_slot const* find_template(std::string const* name) const;
+    // The template of an interned name as a record of its own, for the
+    // comparisons that work on records; false, and `out` untouched, when the
+    // name has no template.
+    bool copy_template(std::string const* name, palm_feature::user_palm_feature& out) const;
+    // Replaces the template of an interned name as a whole with a copy of
+    // the record's codes; a pointer that is not one of `names` is ignored.
+    // Throws std::bad_alloc, with the old template in place, when no memory
+    // is left.
+    void store_template(std::string const* name, palm_feature::user_palm_feature const& record);
+    // Names that have a template.
+    std::size_t template_count() const { return templates_; }
 
     // The sweep slot of an interned name, or null for a pointer that is not
     // one of `names`. It lives as long as the name and always describes the
     // name's current template; it changes only where templates change.
     sweep_slot const* find_slot(std::string const* name) const;
 
-    std::map<std::string const*, palm_feature::user_palm_feature> features;
+    // Bytes of code storage taken from the system, and of codes held; the
+    // part of the storage that is mapped directly rather than taken from the
+    // heap, which the heap's statistics do not count.
+    std::size_t code_slab_bytes() const { return codes_.slab_bytes(); }
+    std::size_t code_bytes() const { return codes_.run_bytes(); }
+    std::size_t code_mapped_bytes() const { return codes_.mapped_bytes(); }
+
     // Every known name in order of first appearance. May hold names that have
     // no template (assigned to a partition before their template came).
     std::vector<std::string const*> names;
 
   private:
-    void release_samples(sweep_slot& slot);
+    void release_codes(sweep_slot& slot);
 
     // Index beside `names` so that a lookup need not scan; names are distinct,
     // so it finds exactly what a scan from the front would find. Each entry
     // holds the name's sweep slot; entries never move.
     std::unordered_map<std::string_view, sweep_slot> index_;
-    print_sample_arena samples_;
+    code_arena codes_;
+    std::size_t templates_ = 0;
     // Guards `names` and the index: assigning a user to a partition may add a
     // name while other callers hold the environment lock only shared.
     mutable std::mutex names_mutex_;

@@ -4,8 +4,11 @@
 #ifndef PALM_RECOGNITION_TEMPLATE_CODES_H_
 #define PALM_RECOGNITION_TEMPLATE_CODES_H_
 
+#include <cstring>
+
 #include "palm/feature/single_feature.h"
 #include "palm/feature/user_palm_feature.h"
+#include "palm/recognition/sweep_slot.h"
 
 namespace palm_recognition {
 
@@ -19,6 +22,16 @@ inline palm_feature::single_feature const& vein_feature(palm_feature::user_palm_
                                                         int k,
                                                         palm_feature::single_feature& /*scratch*/) {
     return t[k].second;
+}
+
+inline unsigned char const* print_code(sweep_slot const& t, int k) {
+    return t.print(k);
+}
+
+inline palm_feature::single_feature const& vein_feature(sweep_slot const& t, int k,
+                                                        palm_feature::single_feature& scratch) {
+    std::memcpy(scratch.data, t.vein(k), sweep_slot::CODE_BYTES);
+    return scratch;
 }
 
 }  // namespace palm_recognition

@@ -47,6 +47,14 @@ inline void expect_same_search(palm_recognition::rcg_partition_def const& partit
                                cell_type const& cell, bool parallel,
                                differential_coverage& coverage, std::string const& what);
 
+// The template of a user as a record of its own, in `record`; null when the
+// user has none.
+inline palm_feature::user_palm_feature const* stored_record(
+    palm_recognition::rcg_partition_def const& partition, std::string const* user,
+    palm_feature::user_palm_feature& record) {
+    return partition.lib.copy_template(user, record) ? &record : nullptr;
+}
+
 // One probe cell against the users of a partition. `parallel` chooses the
 // stride rule of the search on the workers.
 inline trace_type transcribed_lib_match(palm_recognition::rcg_partition_def const& partition,
@@ -60,9 +68,10 @@ inline trace_type transcribed_lib_match(palm_recognition::rcg_partition_def cons
     auto const all = palm_algorithm::i_feature_match::DEGREE_ALL;
     std::vector<std::pair<double, int> > distances(n);
     std::vector<int> best_cells(n, 0);
+    palm_feature::user_palm_feature record;
 
     for (std::size_t i = 0; i < n; ++i) {
-        palm_feature::user_palm_feature const* const t = partition.lib.find_template(users[i]);
+        palm_feature::user_palm_feature const* const t = stored_record(partition, users[i], record);
         if (t == nullptr)
             continue;
         int const cells = t->size();
@@ -86,7 +95,7 @@ inline trace_type transcribed_lib_match(palm_recognition::rcg_partition_def cons
     std::size_t const k = std::min<std::size_t>(n, 50);
     for (std::size_t j = 0; j < k; ++j) {
         int const i = distances[j].second;
-        palm_feature::user_palm_feature const* const t = partition.lib.find_template(users[i]);
+        palm_feature::user_palm_feature const* const t = stored_record(partition, users[i], record);
         if (t == nullptr)
             continue;
         int const cells = t->size();
@@ -107,7 +116,7 @@ inline trace_type transcribed_lib_match(palm_recognition::rcg_partition_def cons
         int const i = distances[j].second;
         if (!(distances[j].first < partition.print_limit))
             continue;
-        palm_feature::user_palm_feature const* const t = partition.lib.find_template(users[i]);
+        palm_feature::user_palm_feature const* const t = stored_record(partition, users[i], record);
         if (t == nullptr)
             continue;
         float const f = matcher->match(probe.second, (*t)[best_cells[i]].second, all);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 #include <string>
 
@@ -20,8 +21,12 @@ class EnvironmentTest : public ::testing::Test {
         std::mt19937 rng(seed);
         return palm_test::feature_text(palm_test::random_record(cells, rng));
     }
-    palm_feature::user_palm_feature const* stored(char const* user) {
-        return env.find_template(env.find_name(user));
+    // The stored template as a record, or null when the name has none.
+    std::unique_ptr<palm_feature::user_palm_feature> stored(char const* user) {
+        std::unique_ptr<palm_feature::user_palm_feature> out(new palm_feature::user_palm_feature);
+        if (!env.copy_template(env.find_name(user), *out))
+            out.reset();
+        return out;
     }
     rcg_environment env;
 };
@@ -41,7 +46,7 @@ TEST_F(EnvironmentTest, TextShorterThan900CharactersAddsNoName) {
     std::string const shortText(896, 'A');
     EXPECT_FALSE(env.push_template("bob", shortText.c_str()));
     EXPECT_TRUE(env.names.empty());
-    EXPECT_TRUE(env.features.empty());
+    EXPECT_EQ(0u, env.template_count());
 }
 
 TEST_F(EnvironmentTest, BadInputIsRefusedWithoutChange) {
@@ -68,7 +73,7 @@ TEST_F(EnvironmentTest, PushingTwiceKeepsOneEntryWithTheSecondCells) {
     std::string const* const name = env.find_name("carol");
     ASSERT_TRUE(env.push_template("carol", second.c_str()));
     EXPECT_EQ(1u, env.names.size());
-    EXPECT_EQ(1u, env.features.size());
+    EXPECT_EQ(1u, env.template_count());
     EXPECT_EQ(name, env.find_name("carol"));
     EXPECT_EQ(second, palm_test::feature_text(*stored("carol")));
     // The partition needs no new assignment: it holds the same pointer.
@@ -124,7 +129,7 @@ TEST_F(EnvironmentTest, DeleteKeepsTheOrderOfTheOtherNames) {
     EXPECT_EQ("a", *env.names[0]);
     EXPECT_EQ("c", *env.names[1]);
     EXPECT_EQ("d", *env.names[2]);
-    EXPECT_EQ(3u, env.features.size());
+    EXPECT_EQ(3u, env.template_count());
 }
 
 TEST_F(EnvironmentTest, ClearTemplatesKeepsPartitionsEmpty) {
@@ -136,7 +141,7 @@ TEST_F(EnvironmentTest, ClearTemplatesKeepsPartitionsEmpty) {
     ASSERT_TRUE(env.assign_user_to_partition(2, "g"));
     env.clear_templates();
     EXPECT_TRUE(env.names.empty());
-    EXPECT_TRUE(env.features.empty());
+    EXPECT_EQ(0u, env.template_count());
     ASSERT_NE(nullptr, env.find_partition(1));
     ASSERT_NE(nullptr, env.find_partition(2));
     EXPECT_TRUE(env.find_partition(1)->users_snapshot().empty());
