@@ -153,3 +153,59 @@ def make_people(n, cells=5, seed=7):
 def probe_of(cells, rng, fraction=0.12, count=1):
     return template([(flip(p, rng, fraction), flip(v, rng, fraction))
                      for p, v in cells[:count]])
+
+
+# The shard the gallery is built of in these tests.
+SHARD_MODULE = "shard_standin"
+
+
+def shard_module():
+    import importlib
+
+    return importlib.import_module(SHARD_MODULE)
+
+
+class Reference:
+    """One shard holding everybody, changed as the gallery is: the answers the
+    gallery must give."""
+
+    def __init__(self, policy=1):
+        self.shard = shard_module().GalleryShard(policy=policy, workers=2)
+
+    def push(self, user, text):
+        return self.shard.push(user, text)
+
+    def delete(self, user):
+        return self.shard.delete(user)
+
+    def identify(self, text):
+        return self.shard.identify(text)
+
+    def verify(self, user, text):
+        return self.shard.verify(user, text)
+
+
+def population(seed=11):
+    """Templates and probes that exercise the merge: strangers, a crowd of
+    near-twins (more than the funnel's 50) close to one probe, exact twins
+    whose tie only the order breaks, and probes of several cells."""
+    rng = random.Random(seed + 1000)
+    people = make_people(40, cells=5, seed=seed)
+    base_p, base_v = random_code(rng), random_code(rng)
+    for i in range(60):
+        people["crowd%02d" % i] = [(flip(base_p, rng, 0.06), flip(base_v, rng, 0.06))
+                                   for _ in range(5)]
+    twin = people["user007"]
+    for name in ("twin-a", "twin-b", "twin-c"):
+        people[name] = list(twin)
+    templates = {name: template(cells) for name, cells in people.items()}
+    probes = []
+    for name in ("user001", "user002", "user013", "user039", "twin-a", "crowd05", "crowd44"):
+        probes.append(probe_of(people[name], rng))
+    probes.append(template([(flip(base_p, rng, 0.1), flip(base_v, rng, 0.1))]))
+    stranger = [(random_code(rng), random_code(rng)) for _ in range(3)]
+    probes.append(template(stranger))
+    # Two strangers' cells, then a genuine one: the third cell answers.
+    probes.append(template(stranger[:2] + [(flip(people["user021"][0][0], rng, 0.1),
+                                            flip(people["user021"][0][1], rng, 0.1))]))
+    return templates, probes

@@ -98,7 +98,11 @@ class GalleryShard:
         cells = self._templates.get(user)
         if cells is None:
             return False
-        for p, v in unpack_feature(text):
+        try:
+            probe = unpack_feature(text)
+        except ValueError:
+            return False
+        for p, v in probe:
             for tp, tv in cells:
                 if palm.match(p, tp) < limit_p and palm.match(v, tv) < limit_v:
                     return True

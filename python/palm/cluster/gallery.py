@@ -206,7 +206,7 @@ class Gallery:
         """As match_1v1 of `text` against `user`'s template, with the policy."""
         if not isinstance(user, str) or not isinstance(text, str):
             raise TypeError("verify(user: str, text: str)")
-        if user not in self._seq:
+        if user not in self._seq or not self._usable_text(text):
             return False
         shard = self._shards[self._shard_of(user)]
         self._live_shards([shard])
