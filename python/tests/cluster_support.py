@@ -49,6 +49,7 @@ class DaskProcesses:
 
     def __init__(self, tmp_path):
         self.tmp = tmp_path
+        tmp_path.mkdir(parents=True, exist_ok=True)
         self.scheduler_file = str(tmp_path / "scheduler.json")
         self.procs = {}
         self.address = None
@@ -209,3 +210,12 @@ def population(seed=11):
     probes.append(template(stranger[:2] + [(flip(people["user021"][0][0], rng, 0.1),
                                             flip(people["user021"][0][1], rng, 0.1))]))
     return templates, probes
+
+
+def _worker_name(self, client, address):
+    """The name under which the worker at `address` was started."""
+    info = client.sync(client.scheduler.identity)["workers"].get(address, {})
+    return info.get("name")
+
+
+DaskProcesses.worker_name = _worker_name

@@ -1,0 +1,153 @@
+"""A worker killed in the middle of identifications, a restarted worker, and
+a gallery reopened after the whole cluster stopped: never a false "unknown",
+and the same answers afterwards."""
+
+import threading
+import time
+
+import pytest
+
+from cluster_support import SHARD_MODULE, DaskProcesses, population, skip_unless_cluster
+
+pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
+
+
+@pytest.fixture
+def procs(tmp_path):
+    p = DaskProcesses(tmp_path)
+    try:
+        yield p
+    finally:
+        p.stop()
+
+
+def gallery(address, path, shards):
+    from palm.cluster import Gallery
+
+    return Gallery(scheduler=address, shards=shards, journal=str(path), policy=1, timeout=30,
+                   _module=SHARD_MODULE)
+
+
+def wait_until(condition, timeout, what):
+    deadline = time.monotonic() + timeout
+    while time.monotonic() < deadline:
+        if condition():
+            return
+        time.sleep(0.05)
+    raise AssertionError("timed out waiting for " + what)
+
+
+def answers_or_unavailable(g, probes):
+    from palm.cluster import ShardUnavailable
+
+    try:
+        return [g.identify(p) for p in probes]
+    except ShardUnavailable as error:
+        return error
+
+
+def test_a_killed_worker_makes_its_shard_unavailable_until_rebuilt(procs, tmp_path):
+    from palm.cluster import ShardUnavailable
+
+    templates, probes = population()
+    procs.start_scheduler()
+    first, second = procs.start_worker(), procs.start_worker()
+    g = gallery(procs.address, tmp_path / "g.db", shards=3)
+    try:
+        g.client.wait_for_workers(2, timeout=60)
+        for name, text in templates.items():
+            assert g.push(name, text)
+        expected = [g.identify(p) for p in probes]
+        assert expected[0] == "user001" and expected[-2] is None
+
+        # A run of identifications; the worker of shard 0 dies in its middle.
+        outcomes, stop = [], threading.Event()
+
+        def identify_on():
+            while not stop.is_set():
+                outcomes.append(answers_or_unavailable(g, probes))
+
+        runner = threading.Thread(target=identify_on)
+        runner.start()
+        try:
+            wait_until(lambda: len(outcomes) >= 2, 60, "identifications before the kill")
+            victim = procs.worker_name(g.client, g._shards[0].worker)
+            on_victim = {s.index for s in g._shards if s.worker == g._shards[0].worker}
+            procs.kill(victim)
+            killed_at = len(outcomes)
+            wait_until(lambda: any(isinstance(o, ShardUnavailable) for o in outcomes[killed_at:]),
+                       30, "ShardUnavailable after the kill")
+            # Rebuilt on the live worker by itself.
+            wait_until(lambda: outcomes and outcomes[-1] == expected and len(
+                [o for o in outcomes[killed_at:] if o == expected]) >= 2, 60, "the rebuild")
+        finally:
+            stop.set()
+            runner.join(timeout=60)
+        errors = [o for o in outcomes if isinstance(o, ShardUnavailable)]
+        assert errors and all(set(e.shards) <= on_victim for e in errors)
+        assert any(0 in e.shards for e in errors)
+        # Never a partial answer: every run that answered gave the full answers.
+        assert all(o == expected for o in outcomes if not isinstance(o, ShardUnavailable))
+        survivor = second if victim == first else first
+        assert all(s.worker == g._shards[0].worker for s in g._shards)
+        assert procs.worker_name(g.client, g._shards[0].worker) == survivor
+
+        # Changes while shards are missing go to the journal and are not lost.
+        procs.kill(survivor)
+        wait_until(lambda: isinstance(answers_or_unavailable(g, probes[:1]), ShardUnavailable),
+                   30, "ShardUnavailable with no worker at all")
+        assert g.delete("user002")
+        assert g.push("user002", templates["user002"])
+        with pytest.raises(ShardUnavailable):
+            g.verify("user001", probes[0])
+        time.sleep(0.5)  # nothing to rebuild on: still unavailable
+        assert isinstance(answers_or_unavailable(g, probes), ShardUnavailable)
+        # A restarted worker takes every shard.
+        procs.start_worker()
+        wait_until(lambda: answers_or_unavailable(g, probes[:1]) == expected[:1], 60,
+                   "the rebuild on a restarted worker")
+        assert answers_or_unavailable(g, probes) == expected
+        assert g.verify("user001", probes[0])
+        assert len(g) == len(templates)
+    finally:
+        g.close()
+
+
+def test_a_gallery_reopened_after_the_cluster_stopped_answers_the_same(tmp_path):
+    from palm.cluster import Gallery
+
+    templates, probes = population()
+    path = tmp_path / "g.db"
+    procs = DaskProcesses(tmp_path / "first")
+    try:
+        procs.start_scheduler()
+        procs.start_worker()
+        g = gallery(procs.address, path, shards=3)
+        try:
+            for name, text in templates.items():
+                g.push(name, text)
+            g.delete("user003")
+            g.delete("user007")
+            g.push("user007", templates["user007"])
+            expected = [g.identify(p) for p in probes]
+        finally:
+            g.close()
+    finally:
+        procs.stop()
+    assert expected[4] == "twin-a"
+
+    again = DaskProcesses(tmp_path / "second")
+    try:
+        again.start_scheduler()
+        again.start_worker()
+        again.start_worker()
+        # Another number of shards spreads the users otherwise; same answers.
+        g = Gallery.open(str(path), shards=2, scheduler=again.address, _module=SHARD_MODULE)
+        try:
+            assert g.policy == 1
+            assert len(g) == len(templates) - 1
+            assert [g.identify(p) for p in probes] == expected
+        finally:
+            g.close()
+    finally:
+        again.stop()
