@@ -12,6 +12,8 @@ void bind_records(py::module_& m);
 void bind_coding(py::module_& m);
 void bind_localisation(py::module_& m);
 void bind_service(py::module_& m);
+// A part of a sharded gallery and the selection among its parts' verdicts.
+void bind_shard(py::module_& m);
 void bind_workflow(py::module_& m);
 void bind_images(py::module_& m);
 // Synthetic palms and frames for evaluations and tests, as a private submodule.

@@ -20,6 +20,7 @@ PYBIND11_MODULE(_palm, m) {
     palm_python::bind_coding(m);
     palm_python::bind_localisation(m);
     palm_python::bind_service(m);
+    palm_python::bind_shard(m);
     palm_python::bind_workflow(m);
     palm_python::bind_images(m);
     palm_python::bind_synthetic(m);

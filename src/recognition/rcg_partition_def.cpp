@@ -8,7 +8,9 @@
 
 #include "palm/feature/unpack_feature.h"
 #include "palm/matching/match_probe.h"
+#include "palm/recognition/candidate_selection.h"
 #include "palm/recognition/decision.h"
+#include "palm/recognition/fine_verify_stage.h"
 #include "palm/recognition/match_distance_login.h"
 #include "palm/recognition/match_thread_data.h"
 #include "palm/workflow/feature_login.h"
@@ -444,9 +446,21 @@ std::string const* rcg_partition_def::parell_lib_match(cell_type const& probe) c
 
 std::string const* rcg_partition_def::lib_match(cell_type const& probe, bool on_workers,
                                                 search_trace* trace) const {
+    if (users.empty())
+        return nullptr;
+    int first_user_cell = 0;
+    if (!coarse_list(probe, on_workers, merged_, first_user_cell))
+        return nullptr;
+    return common_tail(probe, merged_, first_user_cell, trace);
+}
+
+bool rcg_partition_def::coarse_list(cell_type const& probe, bool on_workers,
+                                    std::vector<coarse_result>& list, int& first_user_cell) const {
+    list.clear();
+    first_user_cell = 0;
     std::size_t const n = users.size();
     if (n == 0)
-        return nullptr;
+        return true;
     refresh_slots();
     if (!prepared_)
         prepared_.reset(new palm_algorithm::match_probe());
@@ -461,8 +475,6 @@ std::string const* rcg_partition_def::lib_match(cell_type const& probe, bool on_
     job.keep = static_cast<unsigned>(std::min<std::size_t>(n, FINE_CANDIDATES));
 
     // The list: the best of every sweeper's best, in the order of the sort.
-    merged_.clear();
-    int first_user_cell = 0;
     unsigned const workers =
         on_workers ? static_cast<unsigned>(worker_shares(static_cast<unsigned>(n),
                                                          static_cast<unsigned>(thread_data.size()))
@@ -475,7 +487,7 @@ std::string const* rcg_partition_def::lib_match(cell_type const& probe, bool on_
         if (!serial_result_)
             serial_result_.reset(new sweep_result());
         sweep(job, *serial_result_);
-        merged_ = serial_result_->best;
+        list = serial_result_->best;
         first_user_cell = serial_result_->first_user_cell;
     } else {
         for (unsigned w = 0; w < workers; ++w) {
@@ -488,20 +500,20 @@ std::string const* rcg_partition_def::lib_match(cell_type const& probe, bool on_
             data->finish_gate.lock();
             failed = failed || data->failed;
             data->job = nullptr;
-            merged_.insert(merged_.end(), data->result.best.begin(), data->result.best.end());
+            list.insert(list.end(), data->result.best.begin(), data->result.best.end());
             if (data->result.saw_first_user)
                 first_user_cell = data->result.first_user_cell;
         }
         if (failed)
-            return nullptr;
+            return false;
     }
     std::size_t const k = job.keep;
-    if (merged_.size() > k) {
-        std::nth_element(merged_.begin(), merged_.begin() + (k - 1), merged_.end());
-        merged_.resize(k);
+    if (list.size() > k) {
+        std::nth_element(list.begin(), list.begin() + (k - 1), list.end());
+        list.resize(k);
     }
-    std::sort(merged_.begin(), merged_.end());
-    return common_tail(probe, merged_, first_user_cell, trace);
+    std::sort(list.begin(), list.end());
+    return true;
 }
 
 std::vector<std::pair<unsigned, unsigned> > rcg_partition_def::worker_shares(unsigned n,
@@ -523,8 +535,6 @@ std::vector<std::pair<unsigned, unsigned> > rcg_partition_def::worker_shares(uns
 std::string const* rcg_partition_def::common_tail(cell_type const& probe,
                                                   std::vector<coarse_result>& list,
                                                   int first_user_cell, search_trace* trace) const {
-    palm_algorithm::i_feature_match* const matcher = palm_algorithm::get_feature_match_inst();
-    auto const degree = palm_algorithm::i_feature_match::DEGREE_ALL;
     palm_algorithm::match_probe const& print = *prepared_;
     auto cell_of = [&](coarse_result& r) -> int& {
         return r.index == 0 ? first_user_cell : r.cell;
@@ -540,48 +550,29 @@ std::string const* rcg_partition_def::common_tail(cell_type const& probe,
     // The list is not sorted again.
     for (coarse_result& r : list) {
         palm_feature::user_palm_feature const* const t = template_of(r.index);
-        if (t == nullptr)
-            continue;
-        int const cells = t->size();
-        if (!(cells > 9 && cells % 5 == 0))
-            continue;
-        for (int b = 0; b < cells; b += 5) {
-            for (int c = b + 1; c <= b + 4; ++c) {
-                double const e = print.distance((*t)[c].first.data);
-                if (e < r.distance) {
-                    r.distance = e;
-                    cell_of(r) = c;
-                }
-            }
-        }
+        if (t != nullptr)
+            fine_stage(print, *t, r.distance, cell_of(r));
     }
 
-    // Verify stage: the vein of the one cell that won the print search.
+    // Verify stage: the vein of the one cell that won the print search. It
+    // follows the whole fine stage because users without a template share
+    // user 0's cell.
+    accept_limits const limits{print_limit, vein_limit, bias};
     candidates_.clear();
     for (coarse_result& r : list) {
-        if (!(r.distance < print_limit))
-            continue;
         palm_feature::user_palm_feature const* const t = template_of(r.index);
         if (t == nullptr)
             continue;
-        float const f = matcher->match(probe.second, (*t)[cell_of(r)].second, degree);
-        if (!(vein_limit > f))
-            continue;
-        std::pair<float, float> const d(static_cast<float>(r.distance), f);
-        if (palm_recognition::decision(d, print_limit, vein_limit, bias))
-            candidates_.push_back(CANDINATE_INFO{d.first, f, r.index});
+        candidate_verdict const v = verify_stage(probe, *t, r.distance, cell_of(r), limits);
+        if (v.accepted)
+            candidates_.push_back(CANDINATE_INFO{v.print_dist, v.vein_dist, r.index});
     }
 
     // Select the smallest squared distance; a tie keeps the earlier one.
-    float best = 2.0f;
-    int index = -1;
-    for (auto const& c : candidates_) {
-        float const q = c.print_dist * c.print_dist + c.vein_dist * c.vein_dist;
-        if (q < best) {
-            best = q;
-            index = c.user_index;
-        }
-    }
+    candidate_selection selection;
+    for (auto const& c : candidates_)
+        selection.offer(c.print_dist, c.vein_dist, c.user_index);
+    int const index = selection.index();
     // Only policy 5 can accept a pair with nothing below the start value;
     // such a search identifies nobody.
     std::string const* const chosen = index < 0 ? nullptr : users[static_cast<std::size_t>(index)];

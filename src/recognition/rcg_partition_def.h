@@ -103,6 +103,12 @@ class rcg_partition_def {
     // the search ended with when `trace` is not null. The caller holds `mutex`.
     std::string const* lib_match(cell_type const& probe, bool on_workers,
                                  search_trace* trace) const;
+    // The coarse stage of that search alone: the best min(N, 50) users as
+    // (distance, user index, cell), sorted by distance and index, and the
+    // cell that user 0 won with, which the slots (0.0, 0) of users without a
+    // template share. False when a worker failed. The caller holds `mutex`.
+    bool coarse_list(cell_type const& probe, bool on_workers, std::vector<coarse_result>& list,
+                     int& first_user_cell) const;
 
     // The number of workers that a parallel partition created from now on
     // starts: hardware_concurrency unless pinned. Only benchmarks pin it;
