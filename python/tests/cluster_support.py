@@ -156,34 +156,47 @@ def probe_of(cells, rng, fraction=0.12, count=1):
                      for p, v in cells[:count]])
 
 
-# The shard the gallery is built of in these tests.
-SHARD_MODULE = "shard_standin"
-
-
-def shard_module():
-    import importlib
-
-    return importlib.import_module(SHARD_MODULE)
-
-
 class Reference:
-    """One shard holding everybody, changed as the gallery is: the answers the
-    gallery must give."""
+    """What the gallery must answer: one shard holding everybody, and the
+    library's own parallel partition, changed as the gallery is."""
+
+    PARTITION = 4217
 
     def __init__(self, policy=1):
-        self.shard = shard_module().GalleryShard(policy=policy, workers=2)
+        self.shard = palm.GalleryShard(policy=policy, workers=2)
+        palm.clear_partitions()
+        palm.clear_templates()
+        assert palm.create_partition(self.PARTITION, 1)
+        assert palm.set_match_policy(self.PARTITION, policy)
+        self.assigned = set()
 
     def push(self, user, text):
-        return self.shard.push(user, text)
+        ok = self.shard.push(user, text)
+        assert palm.push_template(user, text) == ok
+        if ok and user not in self.assigned:
+            assert palm.assign_user_to_partition(self.PARTITION, user)
+            self.assigned.add(user)
+        return ok
 
     def delete(self, user):
-        return self.shard.delete(user)
+        ok = self.shard.delete(user)
+        palm.remove_user_from_partition(self.PARTITION, user)
+        palm.delete_template(user)
+        self.assigned.discard(user)
+        return ok
 
     def identify(self, text):
-        return self.shard.identify(text)
+        answer = self.shard.identify(text)
+        found = palm.match_1vN(self.PARTITION, text, "")
+        assert answer == (palm.match_1vN_get_identify_user_name(self.PARTITION) if found else None)
+        return answer
 
     def verify(self, user, text):
         return self.shard.verify(user, text)
+
+    def close(self):
+        palm.clear_partitions()
+        palm.clear_templates()
 
 
 def population(seed=11):

@@ -7,7 +7,7 @@ import time
 
 import pytest
 
-from cluster_support import SHARD_MODULE, DaskProcesses, population, skip_unless_cluster
+from cluster_support import DaskProcesses, population, skip_unless_cluster
 
 pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
 
@@ -24,8 +24,7 @@ def procs(tmp_path):
 def gallery(address, path, shards):
     from palm.cluster import Gallery
 
-    return Gallery(scheduler=address, shards=shards, journal=str(path), policy=1, timeout=30,
-                   _module=SHARD_MODULE)
+    return Gallery(scheduler=address, shards=shards, journal=str(path), policy=1, timeout=30)
 
 
 def wait_until(condition, timeout, what):
@@ -142,7 +141,7 @@ def test_a_gallery_reopened_after_the_cluster_stopped_answers_the_same(tmp_path)
         again.start_worker()
         again.start_worker()
         # Another number of shards spreads the users otherwise; same answers.
-        g = Gallery.open(str(path), shards=2, scheduler=again.address, _module=SHARD_MODULE)
+        g = Gallery.open(str(path), shards=2, scheduler=again.address)
         try:
             assert g.policy == 1
             assert len(g) == len(templates) - 1

@@ -6,10 +6,10 @@ import time
 
 import pytest
 
-from cluster_support import (SHARD_MODULE, DaskProcesses, Reference, population,
+from cluster_support import (DaskProcesses, Reference, population,
                              skip_unless_cluster)
 
-pytestmark = skip_unless_cluster
+pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
 
 
 @pytest.fixture(scope="module")
@@ -33,7 +33,7 @@ def open_gallery(procs, path, shards=3, policy=1, **options):
     from palm.cluster import Gallery
 
     g = Gallery(scheduler=procs.address, shards=shards, journal=str(path), policy=policy,
-                timeout=30, _module=SHARD_MODULE, **options)
+                timeout=30, **options)
     g.client.wait_for_workers(len([n for n in procs.procs if n.startswith("worker")
                                    and procs.procs[n].poll() is None]), timeout=60)
     return g
@@ -78,6 +78,7 @@ def test_the_gallery_answers_as_one_shard_with_everybody(dask_cluster, people, t
         assert len(g) == len(templates) - 1
     finally:
         g.close()
+        reference.close()
 
 
 def test_bad_input_gets_a_defined_answer(dask_cluster, people, tmp_path):

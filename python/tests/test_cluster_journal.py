@@ -6,7 +6,7 @@ import pytest
 
 from cluster_support import skip_unless_cluster
 
-pytestmark = skip_unless_cluster
+pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
 
 
 @pytest.fixture

@@ -9,7 +9,6 @@ answer from part of the gallery could be a false "unknown".
 """
 
 import asyncio
-import importlib
 import logging
 import os
 import threading
@@ -17,6 +16,7 @@ import time
 import uuid
 import zlib
 
+from .. import _palm
 from .journal import Journal
 from .shard import ShardActor
 
@@ -60,14 +60,12 @@ class Gallery:
     longest wait, in seconds, for a worker, a shard or an answer."""
 
     def __init__(self, shards=3, journal="gallery.db", policy=None, scheduler=None, *,
-                 threads=2, timeout=60.0, _module="palm"):
+                 threads=2, timeout=60.0):
         if isinstance(shards, bool) or not isinstance(shards, int) or shards < 1:
             raise ValueError("shards must be a positive int, got %r" % (shards,))
         if policy is not None and (isinstance(policy, bool) or not isinstance(policy, int)
                                    or policy not in POLICIES):
             raise ValueError("policy must be an int from 0 to 5, got %r" % (policy,))
-        self._module_name = _module
-        self._module = importlib.import_module(_module)
         self._nshards = shards
         self._threads = int(threads)
         self._timeout = float(timeout)
@@ -80,6 +78,7 @@ class Gallery:
         # users in journal order; never held while waiting on anything else.
         self._lock = threading.RLock()
         self._state_lock = threading.Lock()
+        self._checker_lock = threading.Lock()
         self._shards = [_Shard(i) for i in range(shards)]
         self._dead_futures = []
         self._suspects = {}  # worker address -> time a call to it failed
@@ -87,6 +86,8 @@ class Gallery:
             stored = self._journal.get_meta("policy")
             self._policy = policy if policy is not None else int(stored or 1)
             self._journal.set_meta("policy", self._policy)
+            # Judges texts here exactly as the shards would, without a round trip.
+            self._checker = _palm.GalleryShard(policy=self._policy, workers=1)
             self._seq = {user: seq for seq, user in self._journal.users()}
             self._connect(scheduler)
             self._client.wait_for_workers(1, timeout=self._timeout)
@@ -169,13 +170,13 @@ class Gallery:
         if not isinstance(text, str):
             raise TypeError("identify(text: str)")
         try:
-            cells = len(self._module.unpack_feature(text))
+            cells = self._checker.cells(text)
         except ValueError:
             return None
         shards = self._live_shards()
         if not self._seq:
             return None
-        select = self._module.select_candidate
+        select = _palm.select_candidate
         last = float("inf")
         for cell in range(cells):
             parts = self._fan_out([(s, "coarse", (text, cell)) for s in shards])
@@ -263,10 +264,11 @@ class Gallery:
         return True
 
     def _usable_text(self, text):
-        try:
-            self._module.unpack_feature(text)
-        except ValueError:
-            return False
+        # The scratch shard's push is the shards' own test of a template.
+        with self._checker_lock:
+            if not self._checker.push("t", text):
+                return False
+            self._checker.delete("t")
         return True
 
     def _apply(self, shard, op, *args):
@@ -387,7 +389,7 @@ class Gallery:
         worker = worker or self._pick_worker(shard)
         if worker is None:
             return False
-        future = self._client.submit(ShardActor, self._policy, self._threads, self._module_name,
+        future = self._client.submit(ShardActor, self._policy, self._threads,
                                      actor=True, workers=[worker], allow_other_workers=False,
                                      pure=False,
                                      key="palm-shard-%d-%s" % (shard.index, uuid.uuid4().hex))

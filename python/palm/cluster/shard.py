@@ -1,7 +1,7 @@
 """The part of a gallery that lives in a Dask worker: an actor holding one
 shard (a GalleryShard: one environment and one parallel partition)."""
 
-import importlib
+from .. import _palm
 
 
 class ShardActor:
@@ -9,9 +9,8 @@ class ShardActor:
     Dask runs the methods of a worker's actors one at a time on its actor
     thread; the shard itself matches on threads of its own."""
 
-    def __init__(self, policy, threads, module="palm"):
-        self._module = importlib.import_module(module)
-        self._shard = self._module.GalleryShard(policy=policy, workers=threads)
+    def __init__(self, policy, threads):
+        self._shard = _palm.GalleryShard(policy=policy, workers=threads)
 
     def load(self, entries):
         """Pushes [(user, text)] in order; the number the shard took. Used to
