@@ -1,13 +1,13 @@
 """The sharded gallery against one shard holding everybody, on a real Dask
 scheduler and real worker processes on the loopback address."""
 
+import random
 import threading
-import time
 
 import pytest
 
-from cluster_support import (DaskProcesses, Reference, population,
-                             skip_unless_cluster)
+from cluster_support import (DaskProcesses, Reference, flip, population, random_code,
+                             skip_unless_cluster, template, worker_env)
 
 pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
 
@@ -145,3 +145,81 @@ def test_many_identifications_in_flight_answer_alike(dask_cluster, people, tmp_p
         assert seen == [expected] * 4
     finally:
         g.close()
+
+
+@pytest.mark.parametrize("seed", [1, 2])
+def test_random_galleries_answer_as_one_parallel_partition(dask_cluster, tmp_path, seed):
+    """Templates of 1 to 25 cells (each stride rule of the coarse stage, with
+    and without a fine stage), ties, pushes again, deletes, probes of 1 to 5
+    cells, several policies."""
+    rng = random.Random(seed)
+    policy = [1, 0, 3][seed % 3]
+    bases = [(random_code(rng), random_code(rng)) for _ in range(12)]
+    texts = {}
+    for i in range(45):
+        p, v = bases[rng.randrange(len(bases))]
+        count = rng.choice([1, 2, 5, 7, 10, 12, 15, 25])
+        cells = [(flip(p, rng, rng.choice([0.04, 0.08, 0.2])), flip(v, rng, 0.06))
+                 for _ in range(count)]
+        texts["p%02d" % i] = template(cells)
+    names = list(texts)
+    for twin in range(0, 6, 2):  # identical templates under two names
+        texts[names[twin + 1]] = texts[names[twin]]
+    probes = []
+    for _ in range(14):
+        count = rng.randint(1, 5)
+        cells = []
+        for _ in range(count):
+            if rng.random() < 0.6:
+                p, v = bases[rng.randrange(len(bases))]
+                cells.append((flip(p, rng, 0.1), flip(v, rng, 0.1)))
+            else:
+                cells.append((random_code(rng), random_code(rng)))
+        probes.append(template(cells))
+
+    reference = Reference(policy=policy)
+    g = open_gallery(dask_cluster, tmp_path / "g.db", shards=3, policy=policy)
+    try:
+        for name in names:
+            assert g.push(name, texts[name]) == reference.push(name, texts[name])
+        for round_ in range(3):
+            expected = [reference.identify(p) for p in probes]
+            assert [g.identify(p) for p in probes] == expected
+            assert any(e is not None for e in expected) and None in expected
+            for name in rng.sample(names, 6):
+                if rng.random() < 0.5:
+                    assert g.delete(name) == reference.delete(name)
+                else:
+                    text = texts[names[rng.randrange(len(names))]]
+                    assert g.push(name, text) == reference.push(name, text)
+        for name in names[:10]:
+            for p in probes[:3]:
+                assert g.verify(name, p) == reference.verify(name, p)
+        assert len(g) == len(reference.shard)
+    finally:
+        g.close()
+        reference.close()
+
+
+def test_a_local_cluster_is_started_and_stopped_by_the_gallery(tmp_path, monkeypatch):
+    from palm.cluster import Gallery
+
+    # The worker processes find the package as this process does.
+    monkeypatch.setenv("PYTHONPATH", worker_env()["PYTHONPATH"])
+    templates, probes = population()
+    g = Gallery(shards=3, journal=str(tmp_path / "g.db"), policy=1)
+    try:
+        client = g.client
+        assert len(client.scheduler_info()["workers"]) == 3
+        assert all(a.startswith("tcp://127.0.0.1:") for a in client.scheduler_info()["workers"])
+        assert len({s.worker for s in g._shards}) == 3
+        reference = Reference()
+        for name in list(templates)[:30]:
+            assert g.push(name, templates[name])
+            reference.push(name, templates[name])
+        assert [g.identify(p) for p in probes] == [reference.identify(p) for p in probes]
+        assert g.identify(probes[0]) == "user001"
+        reference.close()
+    finally:
+        g.close()
+    assert client.status == "closed"

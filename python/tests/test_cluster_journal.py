@@ -4,10 +4,6 @@ import sqlite3
 
 import pytest
 
-from cluster_support import skip_unless_cluster
-
-pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
-
 
 @pytest.fixture
 def journal(tmp_path):

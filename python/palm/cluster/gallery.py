@@ -14,6 +14,7 @@ import os
 import threading
 import time
 import uuid
+import warnings
 import zlib
 
 from .. import _palm
@@ -242,9 +243,13 @@ class Gallery:
         from distributed import Client, LocalCluster
 
         if scheduler is None:
-            self._cluster = LocalCluster(n_workers=self._nshards, threads_per_worker=1,
-                                         processes=True, host="127.0.0.1",
-                                         dashboard_address=None, silence_logs=logging.ERROR)
+            with warnings.catch_warnings():
+                # The scheduler's HTTP endpoint moves to a free port by itself.
+                warnings.filterwarnings("ignore", message="Port .* is already in use")
+                self._cluster = LocalCluster(n_workers=self._nshards, threads_per_worker=1,
+                                             processes=True, host="127.0.0.1",
+                                             dashboard_address=None,
+                                             silence_logs=logging.ERROR)
             scheduler = self._cluster
         # Actor calls go straight to the workers, not through the scheduler.
         self._client = Client(scheduler, direct_to_workers=True, timeout=self._timeout,
