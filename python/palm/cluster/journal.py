@@ -78,6 +78,19 @@ class Journal:
                 raise
         return seq, previous
 
+    def push_many(self, entries):
+        """Pushes [(user, text)] in order, in one transaction: a bulk import."""
+        with self._lock:
+            db = self._db
+            db.execute("BEGIN IMMEDIATE")
+            try:
+                db.executemany("INSERT INTO templates(user, text) VALUES (?, ?) "
+                               "ON CONFLICT(user) DO UPDATE SET text = excluded.text", entries)
+                db.execute("COMMIT")
+            except BaseException:
+                db.execute("ROLLBACK")
+                raise
+
     def restore(self, user, previous):
         """Undoes a push whose shard refused it: back to `previous`, or gone."""
         with self._lock:
