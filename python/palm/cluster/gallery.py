@@ -174,6 +174,8 @@ class Gallery:
             cells = self._checker.cells(text)
         except ValueError:
             return None
+        # The shards as they are now: a shard rebuilt during this identification
+        # is not mixed into it, the identification fails instead.
         shards = self._live_shards()
         if not self._seq:
             return None
@@ -192,7 +194,7 @@ class Gallery:
                 continue
             owners = {}
             for position, m in enumerate(merged):
-                owners.setdefault(m[3].index, (m[3], []))[1].append(position)
+                owners.setdefault(m[3][0].index, (m[3], []))[1].append(position)
             calls = [(shard, "fine", (text, cell, [merged[p][2] for p in positions]))
                      for shard, positions in owners.values()]
             results = [None] * len(merged)
@@ -211,8 +213,8 @@ class Gallery:
         if user not in self._seq or not self._usable_text(text):
             return False
         shard = self._shards[self._shard_of(user)]
-        self._live_shards([shard])
-        return bool(self._fan_out([(shard, "verify", (user, text))])[0])
+        target = self._live_shards([shard])[0]
+        return bool(self._fan_out([(target, "verify", (user, text))])[0])
 
     def close(self):
         """Stops using the cluster (and stops the local one); the journal stays."""
@@ -285,18 +287,22 @@ class Gallery:
                 return True
             if shard.state != "live":
                 return True
+            target = (shard, shard.future, shard.actor, shard.worker)
         try:
-            return bool(self._fan_out([(shard, op, args)])[0])
+            return bool(self._fan_out([(target, op, args)])[0])
         except ShardUnavailable:
             return True
 
     def _live_shards(self, shards=None):
-        shards = self._shards if shards is None else shards
-        missing = [s.index for s in shards
-                   if s.state != "live" or s.future is None or s.future.status != "finished"]
-        if missing:
-            raise ShardUnavailable(missing)
-        return list(shards)
+        """(shard, future, actor, worker) of each of `shards` (all by default);
+        ShardUnavailable unless every one is live."""
+        with self._state_lock:
+            shards = self._shards if shards is None else shards
+            missing = [s.index for s in shards
+                       if s.state != "live" or s.future is None or s.future.status != "finished"]
+            if missing:
+                raise ShardUnavailable(missing)
+            return [(s, s.future, s.actor, s.worker) for s in shards]
 
     def _mark_lost(self, shard, future, worker=None):
         with self._state_lock:
@@ -312,17 +318,18 @@ class Gallery:
                     shard.index, worker)
 
     def _fan_out(self, calls):
-        """Runs [(shard, method, args)] on the shards' actors at once; their
-        answers in order. ShardUnavailable when one of them is or goes missing."""
-        targets = [(s, s.future, s.actor, s.worker) for s, _, _ in calls]
-        for s, future, actor, _ in targets:
+        """Runs [((shard, future, actor, worker), method, args)] on the actors at
+        once; their answers in order. ShardUnavailable when one of them is, or
+        goes, missing or replaced."""
+        for (s, future, actor, _), _, _ in calls:
             if actor is None or future is None or future.status != "finished":
                 raise ShardUnavailable([s.index])
-        return self._client.sync(self._gather, calls, targets)
+        return self._client.sync(self._gather, calls)
 
-    async def _gather(self, calls, targets):
+    async def _gather(self, calls):
+        targets = [target for target, _, _ in calls]
         tasks = []
-        for (shard, method, args), (_, future, actor, worker) in zip(calls, targets):
+        for (shard, future, actor, worker), method, args in calls:
             try:
                 pending = getattr(actor, method)(*args)
             except ValueError:  # "Worker holding Actor was lost"
@@ -332,7 +339,7 @@ class Gallery:
         if len(tasks) < len(calls):
             for t in tasks:
                 t.cancel()
-            raise ShardUnavailable([calls[len(tasks)][0].index])
+            raise ShardUnavailable([targets[len(tasks)][0].index])
         loop = asyncio.get_running_loop()
         deadline = loop.time() + self._timeout
         waiting = set(tasks)
@@ -435,9 +442,9 @@ class Gallery:
         self._call_building(shard, "load", batch)
 
     def _call_building(self, shard, op, *args):
-        # The shard is not live yet, so _fan_out's own check would refuse it.
-        targets = [(shard, shard.future, shard.actor, shard.worker)]
-        return self._client.sync(self._gather, [(shard, op, args)], targets)[0]
+        # The shard is not live yet, so _live_shards would refuse it.
+        target = (shard, shard.future, shard.actor, shard.worker)
+        return self._fan_out([(target, op, args)])[0]
 
     def _watch(self):
         while not self._stop.wait(0.1):
