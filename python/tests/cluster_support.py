@@ -91,19 +91,15 @@ class DaskProcesses:
                            "--nthreads", "1", "--no-nanny", "--no-dashboard", "--name", name])
         return name
 
-    def wait_workers(self, client, n, timeout=60):
-        client.wait_for_workers(n, timeout=timeout)
-
     def kill(self, name):
         proc = self.procs[name]
         os.killpg(proc.pid, signal.SIGKILL)
         proc.wait(timeout=10)
 
-    def worker_address(self, client, name):
-        for address, info in client.scheduler_info()["workers"].items():
-            if info.get("name") == name:
-                return address
-        return None
+    def worker_name(self, client, address):
+        """The name under which the worker at `address` was started."""
+        info = client.sync(client.scheduler.identity)["workers"].get(address, {})
+        return info.get("name")
 
     def log(self, name):
         try:
@@ -224,11 +220,3 @@ def population(seed=11):
                                             flip(people["user021"][0][1], rng, 0.1))]))
     return templates, probes
 
-
-def _worker_name(self, client, address):
-    """The name under which the worker at `address` was started."""
-    info = client.sync(client.scheduler.identity)["workers"].get(address, {})
-    return info.get("name")
-
-
-DaskProcesses.worker_name = _worker_name
