@@ -220,19 +220,25 @@ class Gallery:
         """Stops using the cluster (and stops the local one); the journal stays."""
         self._stop.set()
         if self._monitor is not None and self._monitor is not threading.current_thread():
-            self._monitor.join(timeout=self._timeout)
+            # It may be waiting on a scheduler that is gone; it stops by itself
+            # once that wait ends, having nothing left to use.
+            self._monitor.join(timeout=2.0)
         self._monitor = None
         if self._client is not None:
             futures = [s.future for s in self._shards if s.future is not None]
             futures += self._dead_futures
             try:
-                if futures:
+                # Without a scheduler there is nothing to cancel, and asking waits.
+                if futures and self._client.status == "running":
                     self._client.cancel(futures)
             except Exception:  # the cluster may be gone already
                 pass
             for s in self._shards:
                 s.state, s.future, s.actor = "lost", None, None
-            self._client.close()
+            try:
+                self._client.close(timeout=min(5.0, self._timeout))
+            except Exception:  # a scheduler that is gone cannot say goodbye
+                pass
             self._client = None
         if self._cluster is not None:
             self._cluster.close()
