@@ -160,3 +160,62 @@ def test_a_gallery_reopened_after_the_cluster_stopped_answers_the_same(tmp_path)
             g.close()
     finally:
         again.stop()
+
+
+def test_changes_made_while_a_shard_is_rebuilt_reach_it(procs, tmp_path):
+    from palm.cluster import ShardUnavailable
+
+    from cluster_support import Reference
+
+    templates, probes = population()
+    procs.start_scheduler()
+    procs.start_worker()
+    procs.start_worker()
+    reference = Reference()
+    g = gallery(procs.address, tmp_path / "g.db", shards=2)
+    try:
+        g.client.wait_for_workers(2, timeout=60)
+        assert g._shards[0].worker != g._shards[1].worker
+        names = list(templates)
+        late = [n for n in names[40:] if g._shard_of(n) == 0][:3]
+        for name in names:
+            if name not in late:
+                assert g.push(name, templates[name])
+                reference.push(name, templates[name])
+        on_zero = [n for n in names[:40] if g._shard_of(n) == 0]
+
+        # Hold the rebuild of shard 0 in the middle of its loading.
+        loading, release = threading.Event(), threading.Event()
+        load = g._load
+
+        def held_load(shard, batch):
+            loading.set()
+            assert release.wait(60)
+            load(shard, batch)
+
+        g._load = held_load
+        procs.kill(procs.worker_name(g.client, g._shards[0].worker))
+        assert loading.wait(60)
+        assert g._shards[0].state == "building"
+        with pytest.raises(ShardUnavailable):
+            g.identify(probes[0])
+        steps = [("push", late[0]), ("delete", on_zero[0]), ("push", on_zero[1]),
+                 ("push", late[1]), ("delete", late[1]), ("push", on_zero[0]), ("push", late[2])]
+        for op, name in steps:
+            if op == "push":
+                assert g.push(name, templates[name])
+                reference.push(name, templates[name])
+            else:
+                assert g.delete(name)
+                reference.delete(name)
+        release.set()
+        wait_until(lambda: not isinstance(answers_or_unavailable(g, probes[:1]), ShardUnavailable),
+                   60, "the rebuild")
+        assert g._shards[0].state == "live"
+        assert g._shards[0].actor.users().result(timeout=30) == [
+            u for u in reference.shard.users() if g._shard_of(u) == 0]
+        assert [g.identify(p) for p in probes] == [reference.identify(p) for p in probes]
+        assert len(g) == len(reference.shard)
+    finally:
+        g.close()
+        reference.close()
