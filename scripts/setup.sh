@@ -17,5 +17,5 @@ apt-get install -y -q --no-install-recommends \
   liblapacke-dev \
   coreutils python3 pkg-config dpkg-dev file \
   python3-dev pybind11-dev python3-numpy python3-matplotlib python3-pil python3-tqdm \
-  python3-pytest \
+  python3-pytest python3-distributed \
   clang libclang-rt-14-dev valgrind

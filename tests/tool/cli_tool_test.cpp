@@ -13,8 +13,8 @@ palm_test::tool_result palm(std::string const& args) {
 }
 
 char const* const all_commands[] = {
-    "calibrate", "crop",  "demo", "enrol", "evaluate", "exposure", "extract",  "focus",
-    "guide",     "image", "lens", "login", "match",    "precheck", "simulate", "text"};
+    "calibrate", "cluster", "crop", "demo",  "enrol", "evaluate", "exposure", "extract", "focus",
+    "guide",     "image",   "lens", "login", "match", "precheck", "simulate", "text"};
 
 TEST(ToolCommandLine, EveryCommandHasHelpWithOptionsAndAnExample) {
     for (char const* name : all_commands) {

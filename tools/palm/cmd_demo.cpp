@@ -102,7 +102,7 @@ int run_demo(demo_state state) {
 
 std::vector<demo_section> const& demo_sections() {
     static std::vector<demo_section> const all = {demo_server_store, demo_matching, demo_frames,
-                                                  demo_device, demo_capture};
+                                                  demo_device,       demo_capture,  demo_cluster};
     return all;
 }
 

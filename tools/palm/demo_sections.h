@@ -29,6 +29,7 @@ int demo_matching(demo_state& state);
 int demo_frames(demo_state& state);
 int demo_device(demo_state& state);
 int demo_capture(demo_state& state);
+int demo_cluster(demo_state& state);
 
 std::string demo_user_name(int i);
 
