@@ -101,5 +101,6 @@ palm_tool::runner setup_evaluate(CLI::App& app) {
 PALM_COMMAND("evaluate",
              "palm evaluate DATASET_DIR [--out DIR] | palm evaluate --synthetic N "
              "[--difficulty D] [--out DIR]",
-             "error rates, EER and DET curve of print and vein on a dataset of regions",
+             "error rates, EER and DET curve of print and vein on a dataset of regions, or on "
+             "synthetic captures of --difficulty easy, realistic (default) or hard",
              "palm evaluate palms --out results", setup_evaluate);

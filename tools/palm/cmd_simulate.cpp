@@ -179,5 +179,7 @@ PALM_COMMAND("simulate",
              "OUTDIR | palm simulate --board [--calib FILE] OUTDIR | palm simulate --stream N "
              "[--identity N] [--hand 1|0] [--day D] [--difficulty D] OUTDIR",
              "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N or of the "
-             "calibration board, or a capture stream of N frame pairs",
+             "calibration board, or a capture stream of N frame pairs; --difficulty easy, "
+             "realistic (default: skin stretch, tilt, defocus, uneven light and noise like real "
+             "hands) or hard",
              "palm simulate --identity 7 --rotation 5 frames", setup_simulate);
