@@ -41,7 +41,8 @@ login_setup const& setup() {
     static login_setup const s = [] {
         palm_test::ensure_lens_tables();
         login_setup out;
-        out.probe = palm_test::to_frame(palm_test::login_frame(PERSON, 1, 2, 0));
+        out.probe = palm_test::to_frame(
+            palm_test::login_frame(PERSON, 1, 2, 0, palm_test::difficulty::easy));
         user_palm_feature own;
         palm_workflow::feature_login login;
         for (int i = 0; i < 25; ++i) {
@@ -168,7 +169,7 @@ BENCHMARK(BM_FinalTrim33CellsWithVariants)->Unit(benchmark::kMillisecond);
 // beforehand; the time per frame offered is the counter.
 void BM_EnrolmentPerFrame(benchmark::State& state) {
     palm_test::ensure_lens_tables();
-    palm_test::capture_stream const s(PERSON + 1, 1, 1, 60);
+    palm_test::capture_stream const s(PERSON + 1, 1, 1, 60, palm_test::difficulty::easy);
     std::vector<palm_struct::frame_info> frames;
     for (int i = 0; i < s.size(); ++i)
         frames.push_back(palm_test::to_frame(s.frame(i)));
@@ -194,7 +195,9 @@ BENCHMARK(BM_EnrolmentPerFrame)->Unit(benchmark::kMillisecond);
 
 // Login accuracy: 50 people enrol from streams (the first ten with both
 // hands), each enrolled hand tries 5 login frames of another day, and 50
-// strangers try 5 frames each, at every intensity.
+// strangers try 5 frames each, at every intensity. The captures have the
+// default difficulty, whose distances are those of real hands, so that the
+// stricter intensities reject some genuine attempts as they do on a device.
 void BM_LoginAccuracy(benchmark::State& state) {
     const int PEOPLE = 50, BOTH = 10, TRIES = 5, STRANGERS = 50;
     const unsigned BASE = 20000;
@@ -220,43 +223,57 @@ void BM_LoginAccuracy(benchmark::State& state) {
             ids.push_back(BASE + p);
         }
         std::printf(
-            "enrolment: %d of %d hands reached stage 3, %.1f frames on average, %d at most\n",
-            finished, hands, finished ? double(frames_sum) / finished : 0.0, frames_max);
+            "difficulty %s; enrolment: %d of %d hands reached stage 3, %.1f frames on average, "
+            "%d at most\n",
+            palm_test::difficulty_name(palm_test::DEFAULT_DIFFICULTY), finished, hands,
+            finished ? double(frames_sum) / finished : 0.0, frames_max);
         std::printf("intensity  genuine  false-rejects  wrong-person  strangers  false-accepts\n");
-        palm_workflow::feature_login login;
-        for (int level = 0; level <= 4; ++level) {
-            login.set_detect_intnesity(
+        std::fflush(stdout);
+        // One login object per intensity, each offered the same frames in the
+        // same order; a frame is rendered once for all five.
+        int const LEVELS = 5;
+        std::vector<palm_workflow::feature_login> logins(LEVELS);
+        for (int level = 0; level < LEVELS; ++level)
+            logins[level].set_detect_intnesity(
                 static_cast<palm_workflow::i_feature_login::DETECT_INTENSITY>(level));
-            int genuine = 0, rejected = 0, wrong = 0, strangers = 0, accepted = 0;
-            for (auto const& who : enrolled) {
-                for (int k = 0; k < TRIES; ++k) {
-                    palm_struct::frame_info const f =
-                        palm_test::to_frame(palm_test::login_frame(who.first, who.second, 2, k));
+        std::vector<int> rejected(LEVELS, 0), wrong(LEVELS, 0), accepted(LEVELS, 0);
+        int genuine = 0, strangers = 0;
+        for (auto const& who : enrolled) {
+            for (int k = 0; k < TRIES; ++k) {
+                palm_share::image_pair const frame =
+                    palm_test::login_frame(who.first, who.second, 2, k);
+                ++genuine;
+                for (int level = 0; level < LEVELS; ++level) {
+                    palm_struct::frame_info const f = palm_test::to_frame(frame);
                     palm_algorithm::palm_position pos;
                     unsigned id = 0;
                     lib::hand h = lib::first_hand;
-                    ++genuine;
-                    if (!login.detect(f, ids, pos, id, h))
-                        ++rejected;
+                    if (!logins[level].detect(f, ids, pos, id, h))
+                        ++rejected[level];
                     else if (id != who.first || static_cast<int>(h) != who.second)
-                        ++wrong;
+                        ++wrong[level];
                 }
             }
-            for (int p = 0; p < STRANGERS; ++p) {
-                for (int k = 0; k < TRIES; ++k) {
-                    palm_struct::frame_info const f =
-                        palm_test::to_frame(palm_test::login_frame(BASE + 1000 + p, 1, 2, k));
+        }
+        for (int p = 0; p < STRANGERS; ++p) {
+            for (int k = 0; k < TRIES; ++k) {
+                palm_share::image_pair const frame =
+                    palm_test::login_frame(BASE + 1000 + p, 1, 2, k);
+                ++strangers;
+                for (int level = 0; level < LEVELS; ++level) {
+                    palm_struct::frame_info const f = palm_test::to_frame(frame);
                     palm_algorithm::palm_position pos;
                     unsigned id = 0;
                     lib::hand h = lib::first_hand;
-                    ++strangers;
-                    accepted += login.detect(f, ids, pos, id, h) ? 1 : 0;
+                    accepted[level] += logins[level].detect(f, ids, pos, id, h) ? 1 : 0;
                 }
             }
-            std::printf("%9d  %7d  %13d  %12d  %9d  %13d\n", level, genuine, rejected, wrong,
-                        strangers, accepted);
-            state.counters["frr_" + std::to_string(level)] = double(rejected) / genuine;
-            state.counters["far_" + std::to_string(level)] = double(accepted) / strangers;
+        }
+        for (int level = 0; level < LEVELS; ++level) {
+            std::printf("%9d  %7d  %13d  %12d  %9d  %13d\n", level, genuine, rejected[level],
+                        wrong[level], strangers, accepted[level]);
+            state.counters["frr_" + std::to_string(level)] = double(rejected[level]) / genuine;
+            state.counters["far_" + std::to_string(level)] = double(accepted[level]) / strangers;
         }
         state.counters["enrolled"] = double(finished) / hands;
         for (unsigned id : ids)

@@ -10,7 +10,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 while read -r name pose; do
   # shellcheck disable=SC2086
-  "$palm" simulate --identity 7 $pose --noise 0 "$work/$name" >/dev/null
+  "$palm" simulate --difficulty easy --identity 7 $pose --noise 0 "$work/$name" >/dev/null
   printf '%-8s ' "$name"
   "$palm" guide "$docs/card.png" "$work/$name/vl.png" "$work/$name/nir.png" "$work/$name/canvas.png" \
     --overlay "$docs/guide_$name.png"

@@ -62,6 +62,9 @@ const double kWalkAhead = 2.0;
 const int kCentreRays = 720;
 const double kRayStep = 0.5;
 
+// Share of the common lines in the print against that in the vein image.
+const double kPrintShare = 0.6;
+
 // Texture of lines over the palm, hand units.
 const int kTexX0 = -170, kTexY0 = -180, kTexW = 340, kTexH = 440;
 
@@ -76,6 +79,15 @@ struct hand_model {
     double thumb_angle;
     double nir_level, vl_level;
     std::vector<float> vein;  // darkening, kTexW x kTexH
+    std::vector<float> print;
+    // Where this hand has the lines all hands share, against the common
+    // layout, hand units.
+    double common_dx, common_dy;
+};
+
+// The lines every hand has alike: the main creases and vein trunks.
+struct common_lines {
+    std::vector<float> vein;
     std::vector<float> print;
 };
 
@@ -235,7 +247,25 @@ hand_model make_hand(std::uint32_t identity) {
         prints.push_back(random_line(rng, 15, 50, 1.5, 2.5, 18, 32));
     h.vein = draw_lines(veins, true);
     h.print = draw_lines(prints, false);
+    std::mt19937 place(identity * 3266489917u + 777u);
+    h.common_dx = 1.5 * u(place);
+    h.common_dy = 1.5 * u(place);
     return h;
+}
+
+common_lines const& shared_lines() {
+    static common_lines const lines = [] {
+        std::mt19937 rng(20240917u);
+        std::vector<line> veins, prints;
+        for (int i = 0; i < 10; ++i)
+            veins.push_back(random_line(rng, 80, 160, 4.0, 6.0, 8, 12));
+        for (int i = 0; i < 3; ++i)
+            prints.push_back(random_line(rng, 110, 160, 2.5, 3.5, 40, 70));
+        for (int i = 0; i < 20; ++i)
+            prints.push_back(random_line(rng, 15, 50, 1.5, 2.5, 18, 32));
+        return common_lines{draw_lines(veins, true), draw_lines(prints, false)};
+    }();
+    return lines;
 }
 
 double texture(const std::vector<float>& tex, double x, double y) {
@@ -402,19 +432,122 @@ _point<double> palm_centre(const std::vector<unsigned char>& silhouette) {
 // pixels lies on one side of it.
 const double kBlockMargin = 6.0;
 
+// Skin stretch: the palm's surface slides over the hand by a smooth field of
+// a few long waves, its outline staying where it is.
+struct stretch_field {
+    double amplitude = 0;
+    double kx[3][2], ky[3][2], phase[3][2];
+
+    stretch_field(double a, std::uint32_t seed) : amplitude(a) {
+        std::mt19937 rng(seed);
+        std::uniform_real_distribution<double> angle(0.0, 2 * kPi), wave(90.0, 220.0);
+        for (int i = 0; i < 3; ++i) {
+            for (int k = 0; k < 2; ++k) {
+                double const a2 = angle(rng), w = 2 * kPi / wave(rng);
+                kx[i][k] = w * std::cos(a2);
+                ky[i][k] = w * std::sin(a2);
+                phase[i][k] = angle(rng);
+            }
+        }
+    }
+    _point<double> apply(_point<double> p) const {
+        if (amplitude <= 0)
+            return p;
+        double dx = 0, dy = 0;
+        for (int i = 0; i < 3; ++i) {
+            dx += std::sin(kx[i][0] * p.x + ky[i][0] * p.y + phase[i][0]);
+            dy += std::sin(kx[i][1] * p.x + ky[i][1] * p.y + phase[i][1]);
+        }
+        // Three unit waves reach about 2 together.
+        return {p.x + amplitude * dx / 2, p.y + amplitude * dy / 2};
+    }
+};
+
+// Uneven light beyond the lamp's usual fall-off: a slope across the frame
+// and a dimmer patch, fixed for a session.
+struct shading {
+    double depth = 0;
+    double gx = 0, gy = 0, sx = 0, sy = 0;
+
+    shading(double d, std::uint32_t seed) : depth(d) {
+        std::mt19937 rng(seed ^ 0x9e3779b9u);
+        std::uniform_real_distribution<double> angle(0.0, 2 * kPi), u(-1.0, 1.0);
+        double const a = angle(rng);
+        gx = std::cos(a);
+        gy = std::sin(a);
+        sx = 0.6 * u(rng);
+        sy = 0.6 * u(rng);
+    }
+    double factor(double rx, double ry) const {
+        if (depth <= 0)
+            return 1.0;
+        double const d2 = (rx - sx) * (rx - sx) + (ry - sy) * (ry - sy);
+        return 1.0 + depth * (0.8 * (gx * rx + gy * ry) - 0.6 * std::exp(-d2 / 0.18));
+    }
+};
+
+// Defocus: a separable Gaussian of `sigma` pixels over a 640 x 480 plane.
+void defocus(std::vector<double>& plane, double sigma) {
+    if (sigma <= 0)
+        return;
+    int const r = static_cast<int>(std::ceil(3 * sigma));
+    std::vector<double> k(static_cast<std::size_t>(2 * r + 1));
+    double sum = 0;
+    for (int i = -r; i <= r; ++i)
+        sum += k[static_cast<std::size_t>(i + r)] = std::exp(-i * i / (2 * sigma * sigma));
+    for (double& w : k)
+        w /= sum;
+    std::vector<double> tmp(plane.size());
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            double v = 0;
+            for (int i = -r; i <= r; ++i) {
+                int const xx = std::min(kWidth - 1, std::max(0, x + i));
+                v += k[static_cast<std::size_t>(i + r)] *
+                     plane[static_cast<std::size_t>(y) * kWidth + xx];
+            }
+            tmp[static_cast<std::size_t>(y) * kWidth + x] = v;
+        }
+    }
+    for (int y = 0; y < kHeight; ++y) {
+        for (int x = 0; x < kWidth; ++x) {
+            double v = 0;
+            for (int i = -r; i <= r; ++i) {
+                int const yy = std::min(kHeight - 1, std::max(0, y + i));
+                v += k[static_cast<std::size_t>(i + r)] *
+                     tmp[static_cast<std::size_t>(yy) * kWidth + x];
+            }
+            plane[static_cast<std::size_t>(y) * kWidth + x] = v;
+        }
+    }
+}
+
+struct capture_look {
+    stretch_field stretch;
+    shading shade;
+    double blur;
+    double shared;
+};
+
 void render(palm_share::palm_image& image, const std::vector<_point<double>>& grid,
             const pose_transform& pose, const hand_model& hand, const std::vector<float>& lines,
-            double level, double background, noise_source& rng, double noise, double light_x,
-            double light_y, std::vector<unsigned char>* silhouette) {
+            const std::vector<float>& common, double level, double background, noise_source& rng,
+            double noise, double light_x, double light_y, const capture_look& look,
+            std::vector<unsigned char>* silhouette) {
     image.Create(kWidth, kHeight, static_cast<unsigned char>(0));
     unsigned char* out = image.GetBuffer();
     if (silhouette)
         silhouette->assign(static_cast<std::size_t>(kHalfWidth) * kHalfHeight, 0);
     // Hand positions on the lens grid; the pose is as smooth as the lens,
-    // so pixels between the nodes are interpolated as well.
+    // so pixels between the nodes are interpolated as well. The skin's
+    // texture is looked up through the stretch, the outline without it.
     std::vector<_point<double>> hand_grid(grid.size());
-    for (std::size_t i = 0; i < grid.size(); ++i)
+    std::vector<_point<double>> skin_grid(grid.size());
+    for (std::size_t i = 0; i < grid.size(); ++i) {
         hand_grid[i] = pose.backward(grid[i].x, grid[i].y);
+        skin_grid[i] = look.stretch.apply(hand_grid[i]);
+    }
+    std::vector<double> plane(static_cast<std::size_t>(kWidth) * kHeight);
     for (int by = 0; by < kHeight; by += kGridStep) {
         for (int bx = 0; bx < kWidth; bx += kGridStep) {
             _point<double> const hc =
@@ -431,7 +564,14 @@ void render(palm_share::palm_image& image, const std::vector<_point<double>>& gr
                             inside ? 1.0
                                    : clamp01(0.5 - hand_distance(hand, hpt.x, hpt.y) * pose.scale);
                         if (alpha > 0) {
-                            double const skin = level - texture(lines, hpt.x, hpt.y);
+                            _point<double> const spt =
+                                look.stretch.amplitude > 0 ? grid_lookup(skin_grid, x, y) : hpt;
+                            double dark = texture(lines, spt.x, spt.y);
+                            if (look.shared > 0)
+                                dark = (1 - look.shared) * dark +
+                                       look.shared * texture(common, spt.x + hand.common_dx,
+                                                             spt.y + hand.common_dy);
+                            double const skin = level - dark;
                             v = background + alpha * (skin - background);
                         }
                         // The pixels the half-resolution image is decimated
@@ -442,7 +582,21 @@ void render(palm_share::palm_image& image, const std::vector<_point<double>>& gr
                     double const rx = (x - 320.0) / 400.0, ry = (y - 240.0) / 400.0;
                     double const light =
                         1.0 - 0.3 * (rx * rx + ry * ry) + light_x * rx + light_y * ry;
-                    v = v * light + (noise > 0 ? noise * rng.next() : 0.0);
+                    plane[static_cast<std::size_t>(y) * kWidth + x] =
+                        v * light * look.shade.factor(rx, ry);
+                }
+            }
+        }
+    }
+    defocus(plane, look.blur);
+    // Noise in the same block order as the picture was drawn, so that a
+    // frame without the added variation stays as it always was.
+    for (int by = 0; by < kHeight; by += kGridStep) {
+        for (int bx = 0; bx < kWidth; bx += kGridStep) {
+            for (int y = by; y < by + kGridStep; ++y) {
+                for (int x = bx; x < bx + kGridStep; ++x) {
+                    double v = plane[static_cast<std::size_t>(y) * kWidth + x] +
+                               (noise > 0 ? noise * rng.next() : 0.0);
                     v = std::min(255.0, std::max(0.0, std::round(v)));
                     out[y * kWidth + x] = static_cast<unsigned char>(v);
                 }
@@ -492,10 +646,17 @@ camera_frame render_frame_pair(std::uint32_t identity, const camera_pose& pose,
     noise_source rng{pose.noise_seed * 2654435761u | 1u};
     camera_frame f;
     std::vector<unsigned char> silhouette;
-    render(f.frames.nir, grid.nir, t, hand, hand.vein, hand.nir_level, 18.0, rng, pose.noise, lx,
-           ly, &silhouette);
-    render(f.frames.vl, grid.vl, t, hand, hand.print, hand.vl_level, 35.0, rng, pose.noise, lx, ly,
-           nullptr);
+    capture_look const look{stretch_field(pose.stretch, pose.stretch_seed),
+                            shading(pose.shade, pose.stretch_seed), pose.blur,
+                            std::min(1.0, std::max(0.0, pose.shared))};
+    common_lines const& common = shared_lines();
+    render(f.frames.nir, grid.nir, t, hand, hand.vein, common.vein, hand.nir_level, 18.0, rng,
+           pose.noise, lx, ly, look, &silhouette);
+    // Creases differ more between hands than vein trunks do.
+    capture_look print_look = look;
+    print_look.shared *= kPrintShare;
+    render(f.frames.vl, grid.vl, t, hand, hand.print, common.print, hand.vl_level, 35.0, rng,
+           pose.noise, lx, ly, print_look, nullptr);
 
     // The webs. The crop takes a web where the radius of the hand's outline,
     // measured from the palm centre, is lowest: on the rim of a notch, the
@@ -530,7 +691,7 @@ camera_frame render_frame_pair(std::uint32_t identity, const camera_pose& pose,
     return f;
 }
 
-camera_pose random_usable_pose(std::uint32_t seed) {
+camera_pose random_usable_pose(std::uint32_t seed, difficulty d) {
     std::mt19937 rng(seed * 747796405u + 2891336453u);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     camera_pose p;
@@ -542,6 +703,7 @@ camera_pose random_usable_pose(std::uint32_t seed) {
     p.tilt_y = 4.0 * u(rng);
     p.noise_seed = seed + 1;
     p.noise = 3.0;
+    vary_pose(p, d, seed, seed);
     return p;
 }
 

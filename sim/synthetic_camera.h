@@ -15,6 +15,7 @@
 #include "palm/image/image_pair.h"
 #include "palm/image/point.h"
 #include "palm/localisation/calib_data.h"
+#include "sim/capture_difficulty.h"
 
 namespace palm_test {
 
@@ -27,6 +28,12 @@ struct camera_pose {
     double tilt_y = 0;             // degrees about the vertical axis
     std::uint32_t noise_seed = 1;  // sensor noise of this frame
     double noise = 3.0;            // grey levels
+    // What the difficulty levels add (capture_difficulty.h); none by default.
+    double stretch = 0;              // skin stretch: largest shift of the palm's surface, pixels
+    std::uint32_t stretch_seed = 1;  // the stretch's shape and the room's light
+    double blur = 0;                 // defocus: Gaussian sigma, raw pixels
+    double shade = 0;                // uneven light: depth of its fall-off across the frame
+    double shared = 0;  // weight, 0 to 1, of the creases and vein trunks all hands have alike
 };
 
 struct camera_frame {
@@ -45,8 +52,9 @@ camera_frame render_frame_pair(std::uint32_t identity, const camera_pose& pose,
 // exist: the crop's table look-up does not test for them. Cheap once built.
 void ensure_lens_tables();
 
-// A pose drawn from the range in which the crop is expected to succeed.
-camera_pose random_usable_pose(std::uint32_t seed);
+// A pose drawn from the range in which the crop is expected to succeed, with
+// the variation of difficulty `d`.
+camera_pose random_usable_pose(std::uint32_t seed, difficulty d = DEFAULT_DIFFICULTY);
 
 }  // namespace palm_test
 

@@ -50,13 +50,15 @@ std::uint32_t capture_stream::palm_identity(std::uint32_t identity, int hand) {
     return hand == 1 ? identity : mix(identity, 0x5eed1u, 77u) | 0x80000000u;
 }
 
-capture_stream::capture_stream(std::uint32_t identity, int hand, std::uint32_t day, int frames)
+capture_stream::capture_stream(std::uint32_t identity, int hand, std::uint32_t day, int frames,
+                               difficulty d)
     : identity_(identity),
       hand_(hand == 1 ? 1 : 0),
       day_(day),
       frames_(std::min(MAX_FRAMES, std::max(MIN_FRAMES, frames))),
       lead_(std::min(3, std::max(1, (frames_ - 35) / 5))),
-      gain_(1.0) {
+      gain_(1.0),
+      difficulty_(d) {
     std::mt19937 rng(mix(identity_, static_cast<std::uint32_t>(hand_), day_));
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     rest_.offset_x = 12.0 * u(rng);
@@ -89,6 +91,8 @@ camera_pose capture_stream::pose(int i) const {
     p.tilt_y += 1.0 * jitter(rng);
     p.noise_seed = mix(identity_, static_cast<std::uint32_t>(i), day_ + 1000u);
     p.noise = 3.0;
+    vary_pose(p, difficulty_, mix(identity_, static_cast<std::uint32_t>(hand_), day_ + 2000u),
+              p.noise_seed);
     int const k = i / lead_;
     int const step = i % lead_;
     switch (k) {
@@ -120,10 +124,11 @@ palm_share::image_pair capture_stream::frame(int i) const {
     return pair;
 }
 
-palm_share::image_pair login_frame(std::uint32_t identity, int hand, std::uint32_t day, int index) {
+palm_share::image_pair login_frame(std::uint32_t identity, int hand, std::uint32_t day, int index,
+                                   difficulty d) {
     // A stream of that day, held: its frames past the lead are the hand at
     // rest with that day's place, jitter, light and noise.
-    capture_stream const stream(identity, hand, day + 0x10000u, capture_stream::MAX_FRAMES);
+    capture_stream const stream(identity, hand, day + 0x10000u, capture_stream::MAX_FRAMES, d);
     return stream.frame(stream.first_held() + (index % (capture_stream::MAX_FRAMES - 15)));
 }
 

@@ -25,8 +25,10 @@ class capture_stream {
     static constexpr int MAX_FRAMES = 80;
 
     // `hand` 1 or 0 (first or second hand of `identity`); `day` varies the
-    // resting place, light and noise. `frames` is held within 40 to 80.
-    capture_stream(std::uint32_t identity, int hand, std::uint32_t day, int frames);
+    // resting place, light and noise, and with difficulty `d` the skin's
+    // stretch, tilt and focus. `frames` is held within 40 to 80.
+    capture_stream(std::uint32_t identity, int hand, std::uint32_t day, int frames,
+                   difficulty d = DEFAULT_DIFFICULTY);
 
     int size() const { return frames_; }
     // The pose of frame i, and whether a hand is in the picture at all.
@@ -50,10 +52,12 @@ class capture_stream {
     int lead_;  // frames of each phase before the hand is held
     camera_pose rest_;
     double gain_;
+    difficulty difficulty_;
 };
 
 // One login frame: the same hand on day `day`, frame `index` of that day.
-palm_share::image_pair login_frame(std::uint32_t identity, int hand, std::uint32_t day, int index);
+palm_share::image_pair login_frame(std::uint32_t identity, int hand, std::uint32_t day, int index,
+                                   difficulty d = DEFAULT_DIFFICULTY);
 
 }  // namespace palm_test
 

@@ -1,7 +1,7 @@
 """Accuracy of palm print and palm vein matching on a dataset of regions.
 
     python3 -m palm.evaluate DATASET_DIR [--out DIR]
-    python3 -m palm.evaluate --synthetic N [--captures K] [--out DIR]
+    python3 -m palm.evaluate --synthetic N [--captures K] [--difficulty D] [--out DIR]
 
 A dataset holds two parallel trees of regions of interest, print/ID/NAME.EXT
 and vein/ID/NAME.EXT: ID is the hand, and the same NAME under both trees is
@@ -24,6 +24,10 @@ others impostors. Written to --out:
 
 --synthetic N renders N synthetic palms through the device's synthetic
 camera, K captures each in varied poses, and crops them: no dataset needed.
+--difficulty sets how much the captures vary: easy (pose, slight noise;
+genuine and impostor distances far apart), realistic (the default: skin
+stretch, tilt, defocus, uneven light and noise, distances like real
+near-infrared hands) or hard.
 """
 
 import argparse
@@ -40,7 +44,9 @@ from . import _palm
 LIGHTS = ("print", "vein")
 REGION_SIDE = 110
 IMAGE_EXTENSIONS = {".png", ".bmp", ".jpg", ".jpeg", ".pgm", ".ppm", ".tif", ".tiff", ".gif"}
-USAGE = "palm evaluate DATASET_DIR [--out DIR] | palm evaluate --synthetic N [--out DIR]"
+USAGE = ("palm evaluate DATASET_DIR [--out DIR] | "
+         "palm evaluate --synthetic N [--difficulty D] [--out DIR]")
+DIFFICULTIES = ("easy", "realistic", "hard")
 # Pairs handed to one call of match_pairs: large enough that Python's share
 # is negligible, small enough for a smooth progress bar.
 PAIRS_PER_TASK = 4096
@@ -114,14 +120,14 @@ def load_dataset(root):
     return [captures[k] for k in sorted(captures)], lights
 
 
-def synthetic_captures(palms, captures_per_palm, pool, progress):
+def synthetic_captures(palms, captures_per_palm, pool, progress, difficulty="realistic"):
     """Captures of `palms` synthetic palms rendered by the synthetic camera
     and cropped; captures whose crop fails are left out and counted."""
     from ._palm import _sim
 
     def render(job):
         identity, capture = job
-        vl, nir = _sim.render_frames(identity, identity * 1000 + capture)
+        vl, nir = _sim.render_frames(identity, identity * 1000 + capture, difficulty)
         located = _palm.crop(vl, nir)
         progress.update(1)
         if not located.ok:
@@ -237,15 +243,28 @@ def light_summary(distances, genuine_mask):
 
     import numpy
 
+    # Overlap: the share of each kind that lies beyond the nearest distance
+    # of the other kind.
+    overlap = None
+    if len(genuine) and len(impostor):
+        overlap = {
+            "genuine_above_impostor_min": float(numpy.mean(genuine >= impostor.min())),
+            "impostor_below_genuine_max": float(numpy.mean(impostor <= genuine.max())),
+        }
     return {
         "genuine_pairs": int(len(genuine)),
         "impostor_pairs": int(len(impostor)),
         "eer": eer,
         "eer_threshold": threshold,
         "genuine_mean": figure(genuine, numpy.mean),
+        "genuine_std": figure(genuine, numpy.std),
+        "genuine_p99": figure(genuine, lambda v: numpy.percentile(v, 99)),
         "genuine_max": figure(genuine, numpy.max),
         "impostor_mean": figure(impostor, numpy.mean),
+        "impostor_std": figure(impostor, numpy.std),
+        "impostor_p01": figure(impostor, lambda v: numpy.percentile(v, 1)),
         "impostor_min": figure(impostor, numpy.min),
+        "overlap": overlap,
     }
 
 
@@ -548,6 +567,11 @@ def report(summary, out_dir, stream):
             continue
         stream.write("%-6s genuine pairs %d, impostor pairs %d, EER %s\n" %
                      (name, s["genuine_pairs"], s["impostor_pairs"], _percent(s["eer"])))
+        if s["genuine_mean"] is not None and s["impostor_mean"] is not None:
+            stream.write("%-6s genuine mean %.3f sd %.3f max %.3f, impostor mean %.3f sd %.3f "
+                         "min %.3f\n" % (name, s["genuine_mean"], s["genuine_std"],
+                                          s["genuine_max"], s["impostor_mean"],
+                                          s["impostor_std"], s["impostor_min"]))
     for row in summary["policies"]:
         stream.write("policy %d FMR %s FNMR %s\n" %
                      (row["policy"], _percent(row["fmr"]), _percent(row["fnmr"])))
@@ -573,6 +597,8 @@ def main(argv=None):
                         help="evaluate N synthetic palms instead of a dataset")
     parser.add_argument("--captures", type=int, default=6, metavar="K",
                         help="captures of each synthetic palm (6)")
+    parser.add_argument("--difficulty", choices=DIFFICULTIES, default="realistic",
+                        help="how much synthetic captures vary: easy, realistic (default), hard")
     parser.add_argument("--jobs", type=int, default=0, metavar="J",
                         help="threads (all cores)")
     parser.add_argument("--quiet", action="store_true", help="no progress bar")
@@ -590,12 +616,13 @@ def main(argv=None):
         if args.synthetic is not None:
             with concurrent.futures.ThreadPoolExecutor(max_workers=jobs) as pool:
                 with _progress(args.synthetic * args.captures, "rendering", args.quiet) as bar:
-                    captures, failed = synthetic_captures(args.synthetic, args.captures, pool, bar)
+                    captures, failed = synthetic_captures(args.synthetic, args.captures, pool,
+                                                          bar, args.difficulty)
             if not captures:
                 raise EvaluationError("no synthetic capture could be cropped")
             summary = evaluate(captures, list(LIGHTS), args.out, jobs, args.quiet,
                                "synthetic:%d" % args.synthetic,
-                               {"failed_to_crop": failed})
+                               {"failed_to_crop": failed, "difficulty": args.difficulty})
         else:
             captures, lights = load_dataset(args.dataset)
             summary = evaluate(captures, lights, args.out, jobs, args.quiet, args.dataset)

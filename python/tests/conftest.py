@@ -42,7 +42,7 @@ def write_grey(path, array):
 @pytest.fixture(scope="session")
 def frames():
     """A frame pair of synthetic palm 7 that the crop locates."""
-    vl, nir = _sim.render_frames(7, 3)
+    vl, nir = _sim.render_frames(7, 3, "easy")
     assert palm.crop(vl, nir).ok
     return vl, nir
 
@@ -57,6 +57,6 @@ def regions(frames):
 @pytest.fixture(scope="session")
 def other_regions():
     """The regions of another synthetic palm."""
-    located = palm.crop(*_sim.render_frames(11, 5))
+    located = palm.crop(*_sim.render_frames(11, 5, "easy"))
     assert located.ok
     return located.vl_roi, located.nir_roi

@@ -34,7 +34,8 @@ def tool_crop(vl_path, nir_path, out_dir):
 
 @pytest.mark.parametrize("identity, rotation", [(7, 0), (21, -8), (3, 6)])
 def test_crop_gives_every_field_and_both_regions_the_tool_gives(tmp_path, identity, rotation):
-    run_tool("simulate", "--identity", identity, "--rotation", rotation, tmp_path)
+    run_tool("simulate", "--difficulty", "easy", "--identity", identity, "--rotation", rotation,
+             tmp_path)
     vl, nir = read_grey(tmp_path / "vl.png"), read_grey(tmp_path / "nir.png")
     expected = tool_crop(tmp_path / "vl.png", tmp_path / "nir.png", tmp_path / "rois")
     located = palm.crop(vl, nir)

@@ -56,7 +56,7 @@ def make_dataset(root, lights, identities=3, captures=2, size=110):
     PNG under root/LIGHT/ID/NAME.png, resized to size x size."""
     for i in range(identities):
         for k in range(captures):
-            located = palm.crop(*_sim.render_frames(40 + i, k))
+            located = palm.crop(*_sim.render_frames(40 + i, k, "easy"))
             assert located.ok
             for light, roi in (("print", located.vl_roi), ("vein", located.nir_roi)):
                 if light not in lights:
@@ -130,11 +130,33 @@ def test_the_equal_error_rate_lies_where_the_two_error_rates_cross():
     (["--synthetic", "1"], "--synthetic must be 2 to 100000"),
     (["--synthetic", "x"], "invalid int value"),
     (["/nonexistent/dataset"], "is not a folder"),
+    (["--synthetic", "3", "--difficulty", "medium"], "invalid choice"),
 ])
 def test_bad_command_lines_fail_in_the_tool_style(args, words):
     done = run_module(*args)
     assert done.returncode == 2
     assert done.stderr.startswith("palm: ") and words in done.stderr
+
+
+def test_the_difficulty_changes_the_captures_and_is_checked():
+    easy = _sim.render_frames(7, 3, "easy")
+    realistic = _sim.render_frames(7, 3, "realistic")
+    assert all(numpy.array_equal(a, b) for a, b in zip(_sim.render_frames(7, 3), realistic))
+    assert not numpy.array_equal(easy[1], realistic[1])
+    assert not numpy.array_equal(realistic[1], _sim.render_frames(7, 3, "hard")[1])
+    with pytest.raises(ValueError, match="difficulty"):
+        _sim.render_frames(7, 3, "medium")
+    with pytest.raises(TypeError):
+        _sim.login_frame(7, 1, 5, 0, 2)
+
+
+def test_a_synthetic_set_names_its_difficulty(tmp_path):
+    done = run_module("--synthetic", 2, "--captures", 2, "--difficulty", "easy", "--out", tmp_path,
+                      "--quiet")
+    assert done.returncode == 0, done.stderr
+    summary = json.loads((tmp_path / "summary.json").read_text())
+    assert summary["difficulty"] == "easy"
+    assert summary["vein"]["genuine_std"] >= 0 and "overlap" in summary["vein"]
 
 
 def test_a_folder_without_either_tree_is_refused(tmp_path):

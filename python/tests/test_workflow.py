@@ -12,7 +12,7 @@ from palm._palm import _sim
 @pytest.fixture(scope="module")
 def stream():
     """40 frame pairs of a person presenting hand 1 of identity 7."""
-    return _sim.stream_frames(7, 1, 0, 40)
+    return _sim.stream_frames(7, 1, 0, 40, "easy")
 
 
 @pytest.fixture(scope="module")
@@ -61,11 +61,11 @@ def test_login_finds_the_enrolled_hand_and_no_one_else(enrolled):
     assert palm.feature_lib_update(42, enrolled["features"], palm.FIRST_HAND)
     try:
         assert palm.feature_lib_query() == [42] and palm.feature_lib_exist(42)
-        found = palm.login(*_sim.login_frame(7, 1, 5, 0))
+        found = palm.login(*_sim.login_frame(7, 1, 5, 0, "easy"))
         assert (found["found"], found["id"], found["hand"]) == (True, 42, palm.FIRST_HAND)
-        stranger = palm.login(*_sim.login_frame(8, 1, 5, 0))
+        stranger = palm.login(*_sim.login_frame(8, 1, 5, 0, "easy"))
         assert not stranger["found"] and stranger["id"] is None
-        assert not palm.login(*_sim.login_frame(7, 1, 5, 0), ids=[])["found"]
+        assert not palm.login(*_sim.login_frame(7, 1, 5, 0, "easy"), ids=[])["found"]
     finally:
         assert palm.feature_lib_remove(42)
     assert not palm.feature_lib_remove(42) and palm.feature_lib_query() == []

@@ -308,8 +308,8 @@ TEST(CalibRecovery, CropRunsOnTheRecoveredLens) {
         int succeeded = 0, located = 0;
         double worst = 0;
         for (int i = 0; i < frames; ++i) {
-            palm_test::camera_frame const hand =
-                palm_test::render_frame_pair(40 + i, palm_test::random_usable_pose(i), &truth);
+            palm_test::camera_frame const hand = palm_test::render_frame_pair(
+                40 + i, palm_test::random_usable_pose(i, palm_test::difficulty::easy), &truth);
             std::vector<palm_share::image_pair> out;
             palm_struct::_crop_results res;
             if (palm_algorithm::get_crop_inst()->Crop(hand.frames, out, res) != 0)

@@ -17,7 +17,8 @@ TEST(CropConcurrency, ThreadsGetTheSingleThreadResults) {
     const int kFrames = 4;
     std::vector<palm_test::camera_frame> frames;
     for (int i = 0; i < kFrames; ++i)
-        frames.push_back(palm_test::render_frame_pair(300 + i, palm_test::random_usable_pose(i)));
+        frames.push_back(palm_test::render_frame_pair(
+            300 + i, palm_test::random_usable_pose(i, palm_test::difficulty::easy)));
     std::vector<image_pair> expect(kFrames);
     std::vector<int> expect_code(kFrames);
     for (int i = 0; i < kFrames; ++i) {

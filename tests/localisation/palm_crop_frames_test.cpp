@@ -75,8 +75,8 @@ TEST(PalmCropFrames, FindsTheWebsAndCodesTheRegions) {
     std::vector<std::vector<palm_feature::single_feature>> prints, veins;
     for (int i = 0; i < kFrames; ++i) {
         std::uint32_t const identity = 100 + i / kPosesPerIdentity;
-        palm_test::camera_frame const f =
-            palm_test::render_frame_pair(identity, palm_test::random_usable_pose(i));
+        palm_test::camera_frame const f = palm_test::render_frame_pair(
+            identity, palm_test::random_usable_pose(i, palm_test::difficulty::easy));
         std::vector<image_pair> out;
         _crop_results res;
         int const code = crop(f.frames, out, res);

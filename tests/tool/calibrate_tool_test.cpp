@@ -105,7 +105,7 @@ TEST(CalibrateTool, FailureCodeIsPrintedAndNothingWritten) {
     std::remove(out.c_str());
     // A hand where the NIR board should be: no board in the first image.
     std::string const hand = palm_test::temp_file("hand_frames");
-    ASSERT_EQ(0, palm("simulate --identity 3 " + shell_arg(hand)).status);
+    ASSERT_EQ(0, palm("simulate --difficulty easy --identity 3 " + shell_arg(hand)).status);
     auto const r = palm("calibrate " + shell_arg(hand + "/nir.png") + " " +
                         shell_arg(b.dir + "/vl.png") + " " + shell_arg(out));
     EXPECT_EQ(1, r.status);
@@ -197,9 +197,9 @@ TEST(CalibrateTool, RecoversTheLensOfAGivenCalibrationFile) {
     EXPECT_NEAR(d.vl.center_x, vl[0], 3.0);
     // The hands rendered through that lens crop on the recovered file.
     std::string const hand = palm_test::temp_file("moved_hand");
-    ASSERT_EQ(
-        0,
-        palm("simulate --identity 21 --calib " + shell_arg(given) + " " + shell_arg(hand)).status);
+    ASSERT_EQ(0, palm("simulate --difficulty easy --identity 21 --calib " + shell_arg(given) + " " +
+                      shell_arg(hand))
+                     .status);
     auto const c = palm("crop " + shell_arg(hand + "/vl.png") + " " + shell_arg(hand + "/nir.png") +
                         " " + shell_arg(hand) + " --calib " + shell_arg(out));
     EXPECT_EQ(0, c.status) << c.out << c.err;

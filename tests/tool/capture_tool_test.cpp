@@ -266,7 +266,8 @@ TEST(GuideTool, FramePairWithACardLargerThanTheCanvas) {
 
 TEST(GuideTool, FramePairGivesTheRectangleTheCanvasAndAnOverlay) {
     std::string const dir = palm_test::temp_file("guide_frames");
-    auto const s = palm("simulate --identity 7 --scale 1.6 --offset 150 0 '" + dir + "'");
+    auto const s =
+        palm("simulate --difficulty easy --identity 7 --scale 1.6 --offset 150 0 '" + dir + "'");
     ASSERT_EQ(0, s.status) << s.err;
     std::string const card = hand_card_file();
     auto const r = palm("guide '" + card + "' '" + dir + "/vl.png' '" + dir + "/nir.png' '" + dir +
@@ -285,7 +286,7 @@ TEST(GuideTool, FramePairGivesTheRectangleTheCanvasAndAnOverlay) {
 
 TEST(GuideTool, TooSmallAPalmGivesNoneAndNoCanvas) {
     std::string const dir = palm_test::temp_file("guide_small");
-    auto const s = palm("simulate --identity 7 '" + dir + "'");
+    auto const s = palm("simulate --difficulty easy --identity 7 '" + dir + "'");
     ASSERT_EQ(0, s.status) << s.err;
     std::string const card = hand_card_file();
     auto const r = palm("guide '" + card + "' '" + dir + "/vl.png' '" + dir + "/nir.png' '" + dir +

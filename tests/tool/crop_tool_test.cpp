@@ -14,7 +14,8 @@ palm_test::tool_result palm(std::string const& arguments) {
 
 TEST(CropTool, SimulatesAFramePairAndCropsIt) {
     std::string const dir = palm_test::temp_file("crop_tool");
-    auto const s = palm("simulate --identity 12 --offset 5 -5 --rotation 4 '" + dir + "'");
+    auto const s =
+        palm("simulate --difficulty easy --identity 12 --offset 5 -5 --rotation 4 '" + dir + "'");
     ASSERT_EQ(0, s.status) << s.err;
     EXPECT_NE(std::string::npos, s.out.find("webs (raw NIR)"));
     auto const c = palm("crop '" + dir + "/vl.png' '" + dir + "/nir.png' '" + dir + "'");
@@ -35,11 +36,13 @@ TEST(CropTool, RefusesBadArguments) {
     EXPECT_EQ(2, palm("simulate --identity -3 /tmp/x").status);
     EXPECT_EQ(2, palm("simulate --identity 1 --scale zero /tmp/x").status);
     EXPECT_EQ(2, palm("simulate --identity 1 --bogus /tmp/x").status);
+    EXPECT_EQ(2, palm("simulate --identity 1 --difficulty medium /tmp/x").status);
+    EXPECT_EQ(2, palm("simulate --stream 40 --difficulty '' /tmp/x").status);
 }
 
 TEST(CropTool, ReportsTheCodeOfAFrameWithoutAPalm) {
     std::string const dir = palm_test::temp_file("crop_tool_dark");
-    auto const s = palm("simulate --identity 1 --offset 2000 0 '" + dir + "'");
+    auto const s = palm("simulate --difficulty easy --identity 1 --offset 2000 0 '" + dir + "'");
     ASSERT_EQ(0, s.status) << s.err;
     auto const c = palm("crop '" + dir + "/vl.png' '" + dir + "/nir.png' '" + dir + "'");
     EXPECT_EQ(1, c.status);

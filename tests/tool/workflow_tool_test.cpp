@@ -28,7 +28,7 @@ int count_lines(std::string const& text) {
 std::string const& stream_dir() {
     static std::string const dir = [] {
         std::string const d = palm_test::temp_file("wf_stream");
-        auto const r = palm("simulate --stream 40 --identity 31 " + q(d));
+        auto const r = palm("simulate --difficulty easy --stream 40 --identity 31 " + q(d));
         EXPECT_EQ(0, r.status) << r.err;
         return d;
     }();
@@ -83,7 +83,8 @@ TEST(WorkflowTool, EnrolThenLoginTheSameHandAndRefuseAStranger) {
     EXPECT_EQ(4 + 5 * 768, static_cast<int>(palm_test::read_file(lib + "/31_1.rec").size()));
 
     std::string const probes = palm_test::temp_file("wf_probes");
-    auto const other_day = palm("simulate --stream 40 --identity 31 --day 7 " + q(probes));
+    auto const other_day =
+        palm("simulate --difficulty easy --stream 40 --identity 31 --day 7 " + q(probes));
     ASSERT_EQ(0, other_day.status);
     std::string const one = palm_test::temp_file("wf_one");
     palm_test::run_command("mkdir -p " + q(one) + " && cp " + q(probes) + "/0030_* " + q(one), "",
@@ -95,7 +96,8 @@ TEST(WorkflowTool, EnrolThenLoginTheSameHandAndRefuseAStranger) {
     EXPECT_EQ("frame 0030 position 0 result 31 1\n", x.out);
 
     std::string const stranger = palm_test::temp_file("wf_stranger");
-    ASSERT_EQ(0, palm("simulate --stream 40 --identity 32 " + q(stranger)).status);
+    ASSERT_EQ(0,
+              palm("simulate --difficulty easy --stream 40 --identity 32 " + q(stranger)).status);
     std::string const s1 = palm_test::temp_file("wf_s1");
     palm_test::run_command("mkdir -p " + q(s1) + " && cp " + q(stranger) + "/0030_* " +
                                q(stranger) + "/0000_* " + q(s1),

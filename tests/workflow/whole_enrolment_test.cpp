@@ -15,7 +15,7 @@ using palm_test::enrol_from_stream;
 TEST(WholeEnrolment, AStreamReachesStageThreeWithTwentyFiveFeatures) {
     palm_test::ensure_lens_tables();
     feature_enroll e(palm_workflow::ENROLL_FEATURE_25);
-    palm_test::capture_stream const s(601, 1, 1, 60);
+    palm_test::capture_stream const s(601, 1, 1, 60, palm_test::difficulty::easy);
     palm_test::stream_enrolment const r = enrol_from_stream(e, s);
     ASSERT_EQ(3, r.stage);
     ASSERT_TRUE(r.has_features);
@@ -34,19 +34,21 @@ TEST(WholeEnrolment, AStreamReachesStageThreeWithTwentyFiveFeatures) {
     palm_workflow::feature_login login;
     unsigned id = 0;
     palm_feature_lib::hand hand = palm_feature_lib::second_hand;
-    EXPECT_TRUE(login.detect(palm_test::to_frame(palm_test::login_frame(601, 1, 3, 0)), {601}, pos,
-                             id, hand));
+    EXPECT_TRUE(login.detect(
+        palm_test::to_frame(palm_test::login_frame(601, 1, 3, 0, palm_test::difficulty::easy)),
+        {601}, pos, id, hand));
     EXPECT_EQ(601u, id);
     EXPECT_EQ(palm_feature_lib::first_hand, hand);
-    EXPECT_FALSE(login.detect(palm_test::to_frame(palm_test::login_frame(602, 1, 3, 0)), {601}, pos,
-                              id, hand));
+    EXPECT_FALSE(login.detect(
+        palm_test::to_frame(palm_test::login_frame(602, 1, 3, 0, palm_test::difficulty::easy)),
+        {601}, pos, id, hand));
     palm_feature_lib::remove(601);
 }
 
 TEST(WholeEnrolment, AShortStreamReachesStageThreeWithFiveFeatures) {
     palm_test::ensure_lens_tables();
     feature_enroll e(palm_workflow::ENROLL_FEATURE_5);
-    palm_test::capture_stream const s(603, 0, 2, 40);
+    palm_test::capture_stream const s(603, 0, 2, 40, palm_test::difficulty::easy);
     palm_test::stream_enrolment const r = enrol_from_stream(e, s);
     ASSERT_EQ(3, r.stage);
     ASSERT_TRUE(r.has_features);
@@ -72,7 +74,7 @@ TEST(CaptureStream, PhasesInOrderAndHeldWithinFortyToEighty) {
 }
 
 TEST(CaptureStream, HeldFramesJitterByAPixelOrTwoAndADegreeOrTwo) {
-    palm_test::capture_stream const s(5, 1, 1, 80);
+    palm_test::capture_stream const s(5, 1, 1, 80, palm_test::difficulty::easy);
     palm_test::camera_pose const a = s.pose(s.first_held());
     for (int i = s.first_held() + 1; i < s.size(); ++i) {
         palm_test::camera_pose const b = s.pose(i);
@@ -87,7 +89,7 @@ TEST(CaptureStream, HeldFramesJitterByAPixelOrTwoAndADegreeOrTwo) {
 
 TEST(CaptureStream, FramesAreDeterministicAndHandsDiffer) {
     palm_test::ensure_lens_tables();
-    palm_test::capture_stream const s(9, 1, 1, 40);
+    palm_test::capture_stream const s(9, 1, 1, 40, palm_test::difficulty::easy);
     palm_share::image_pair const a = s.frame(7), b = s.frame(7);
     EXPECT_EQ(0, std::memcmp(a.nir.GetBuffer(), b.nir.GetBuffer(), 640 * 480));
     EXPECT_NE(palm_test::capture_stream::palm_identity(9, 1),

@@ -65,6 +65,7 @@ inline palm_struct::frame_info to_frame(palm_share::image_pair const& pair) {
 }
 
 // Frame `index` of the held part of a stream of `identity`, rendered once.
+// Easy captures: the tests rely on a hand always matching itself.
 inline palm_struct::frame_info held_frame(std::uint32_t identity, int index, int hand = 1,
                                           std::uint32_t day = 1) {
     static std::map<std::tuple<std::uint32_t, int, int, std::uint32_t>, palm_share::image_pair>
@@ -73,7 +74,7 @@ inline palm_struct::frame_info held_frame(std::uint32_t identity, int index, int
     auto it = cache.find(key);
     if (it == cache.end()) {
         ensure_lens_tables();
-        capture_stream const s(identity, hand, day, capture_stream::MAX_FRAMES);
+        capture_stream const s(identity, hand, day, capture_stream::MAX_FRAMES, difficulty::easy);
         it = cache.emplace(key, s.frame(s.first_held() + index)).first;
     }
     return to_frame(it->second);

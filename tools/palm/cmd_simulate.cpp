@@ -5,7 +5,9 @@
 // homography the cameras see through, the default ones without it.
 // "palm simulate --stream N [--identity N] [--hand H] [--day D] OUTDIR":
 // renders a capture stream of N frames (40 to 80) as NNNN_vl.png and
-// NNNN_nir.png, a person presenting one hand to the device.
+// NNNN_nir.png, a person presenting one hand to the device. "--difficulty D"
+// (easy, realistic, hard; realistic by default) sets how much a palm's
+// captures vary: skin stretch, tilt, defocus, uneven light and noise.
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -17,6 +19,7 @@
 #include "command.h"
 #include "file_util.h"
 #include "grey_image_io.h"
+#include "sim/capture_difficulty.h"
 #include "sim/synthetic_board.h"
 #include "sim/synthetic_camera.h"
 #include "sim/synthetic_stream.h"
@@ -37,7 +40,13 @@ struct simulate_options {
     int stream = 0;
     int hand = 1;
     double day = 1;
+    std::string difficulty = palm_test::difficulty_name(palm_test::DEFAULT_DIFFICULTY);
+    bool noise_given = false;
 };
+
+std::string const stream_usage =
+    "usage: palm simulate --stream N [--identity N] [--hand 1|0] [--day D] [--difficulty D] "
+    "OUTDIR, N from 40 to 80";
 
 // Writes the two frames into OUTDIR.
 int write_frames(std::string const& outdir, palm_share::palm_image const& nir,
@@ -53,20 +62,18 @@ int write_frames(std::string const& outdir, palm_share::palm_image const& nir,
     return 0;
 }
 
-int run_stream(simulate_options const& opt) {
+int run_stream(simulate_options const& opt, palm_test::difficulty level) {
     double const identity = opt.identity < 0 ? 1 : opt.identity;
     if (opt.stream < palm_test::capture_stream::MIN_FRAMES ||
         opt.stream > palm_test::capture_stream::MAX_FRAMES || identity > 4294967295.0 ||
         identity != std::floor(identity) || opt.day < 0 || opt.day > 4294967295.0 ||
         opt.day != std::floor(opt.day) || (opt.hand != 0 && opt.hand != 1))
-        return palm_tool::fail(
-            "usage: palm simulate --stream N [--identity N] [--hand 1|0] [--day D] OUTDIR, "
-            "N from 40 to 80");
+        return palm_tool::fail(stream_usage);
     if (!palm_tool::make_dir(opt.outdir))
         return palm_tool::fail("cannot create '" + opt.outdir + "'");
     palm_test::ensure_lens_tables();
     palm_test::capture_stream const s(static_cast<std::uint32_t>(identity), opt.hand,
-                                      static_cast<std::uint32_t>(opt.day), opt.stream);
+                                      static_cast<std::uint32_t>(opt.day), opt.stream, level);
     std::string error;
     for (int i = 0; i < s.size(); ++i) {
         char name[16];
@@ -83,16 +90,18 @@ int run_stream(simulate_options const& opt) {
 }
 
 int run_simulate(simulate_options const& opt) {
-    if (opt.stream != 0)
-        return opt.board || !opt.calib.empty()
-                   ? palm_tool::fail(
-                         "usage: palm simulate --stream N [--identity N] [--hand 1|0] "
-                         "[--day D] OUTDIR, N from 40 to 80")
-                   : run_stream(opt);
     std::string const usage =
         "usage: palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--calib FILE] OUTDIR | palm simulate "
-        "--board [--calib FILE] OUTDIR";
+        "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--difficulty D] [--calib FILE] OUTDIR | "
+        "palm simulate --board [--calib FILE] OUTDIR";
+    palm_test::difficulty level = palm_test::DEFAULT_DIFFICULTY;
+    if (!palm_test::parse_difficulty(opt.difficulty, level))
+        return palm_tool::fail("--difficulty must be " +
+                               std::string(palm_test::difficulty_names()) + " (" +
+                               (opt.stream != 0 ? stream_usage : usage) + ")");
+    if (opt.stream != 0)
+        return opt.board || !opt.calib.empty() ? palm_tool::fail(stream_usage)
+                                               : run_stream(opt, level);
     palm_struct::calib_data calib;
     std::string error;
     if (!opt.calib.empty() && !palm_tool::read_calibration(opt.calib, calib, error))
@@ -113,6 +122,11 @@ int run_simulate(simulate_options const& opt) {
     pose.tilt_y = opt.tilt[1];
     pose.noise = opt.noise;
     pose.noise_seed = static_cast<std::uint32_t>(opt.noise_seed);
+    // The level's variation comes on top of the pose given; a noise given
+    // stays as given.
+    palm_test::vary_pose(pose, level, pose.noise_seed, pose.noise_seed);
+    if (opt.noise_given)
+        pose.noise = opt.noise;
     double const identity = opt.identity;
     bool const ok = identity >= 0 && identity <= 4294967295.0 && identity == std::floor(identity) &&
                     pose.scale > 0.2 && pose.scale < 5 && std::abs(pose.tilt_x) < 60 &&
@@ -147,7 +161,11 @@ palm_tool::runner setup_simulate(CLI::App& app) {
     app.add_option("--scale", opt->scale, "size of the hand, above 0.2 and below 5");
     app.add_option("--tilt", opt->tilt, "tilt of the hand in degrees, X Y, each below 60")
         ->expected(2);
-    app.add_option("--noise", opt->noise, "sensor noise, standard deviation in grey levels");
+    app.add_option("--noise", opt->noise, "sensor noise, standard deviation in grey levels")
+        ->each([opt](std::string const&) { opt->noise_given = true; });
+    app.add_option("--difficulty", opt->difficulty,
+                   "how much captures vary: easy (pose and slight noise), realistic (default: "
+                   "also skin stretch, tilt, defocus, uneven light, like real hands) or hard");
     app.add_option("--noise-seed", opt->noise_seed, "seed of the noise");
     app.add_option("OUTDIR", opt->outdir, "folder for vl.png and nir.png")->required();
     return [opt] { return run_simulate(*opt); };
@@ -157,9 +175,11 @@ palm_tool::runner setup_simulate(CLI::App& app) {
 
 PALM_COMMAND("simulate",
              "palm simulate --identity N [--offset X Y] [--rotation DEG] [--scale S] "
-             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--calib FILE] OUTDIR | "
-             "palm simulate --board [--calib FILE] OUTDIR | palm simulate --stream N "
-             "[--identity N] [--hand 1|0] [--day D] OUTDIR",
+             "[--tilt X Y] [--noise SIGMA] [--noise-seed N] [--difficulty D] [--calib FILE] "
+             "OUTDIR | palm simulate --board [--calib FILE] OUTDIR | palm simulate --stream N "
+             "[--identity N] [--hand 1|0] [--day D] [--difficulty D] OUTDIR",
              "render a synthetic 640x480 frame pair (vl.png, nir.png) of palm N or of the "
-             "calibration board, or a capture stream of N frame pairs",
+             "calibration board, or a capture stream of N frame pairs; --difficulty easy, "
+             "realistic (default: skin stretch, tilt, defocus, uneven light and noise like real "
+             "hands) or hard",
              "palm simulate --identity 7 --rotation 5 frames", setup_simulate);

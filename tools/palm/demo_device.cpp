@@ -55,7 +55,8 @@ int demo_device(demo_state& state) {
     int frames = 0;
     for (int p = 0; p < kPeople; ++p) {
         unsigned const id = base + static_cast<unsigned>(p);
-        palm_test::capture_stream const stream(id, 1, 1, kStreamFrames);
+        palm_test::capture_stream const stream(id, 1, 1, kStreamFrames,
+                                               palm_test::difficulty::easy);
         palm_test::stream_enrolment const r = palm_test::enrol_from_stream(*enroll, stream);
         frames += r.frames;
         std::printf("person %u: stage %d after %d of %d frames, %d features\n", id, r.stage,
@@ -80,7 +81,8 @@ int demo_device(demo_state& state) {
         bool const genuine = p < kPeople;
         for (int k = 0; k < kLogins; ++k) {
             palm_struct::frame_info f;
-            palm_share::image_pair const pair = palm_test::login_frame(id, 1, 2, k);
+            palm_share::image_pair const pair =
+                palm_test::login_frame(id, 1, 2, k, palm_test::difficulty::easy);
             f.vl = pair.vl;
             f.nir = pair.nir;
             palm_algorithm::palm_position pos;

@@ -38,8 +38,8 @@ struct capture_stats {
 // One capture from camera to a one-cell record; false when the crop fails.
 bool capture(std::uint32_t identity, std::uint32_t pose_seed, capture_stats& stats,
              palm_feature::palm_cell<palm_feature::single_feature>& cell) {
-    palm_test::camera_frame const f =
-        palm_test::render_frame_pair(identity, palm_test::random_usable_pose(pose_seed));
+    palm_test::camera_frame const f = palm_test::render_frame_pair(
+        identity, palm_test::random_usable_pose(pose_seed, palm_test::difficulty::easy));
     ++stats.tried;
     std::vector<palm_share::image_pair> rois;
     palm_struct::_crop_results res;
