@@ -89,7 +89,18 @@ class DaskProcesses:
         name = "worker%d" % self._count
         self._spawn(name, ["distributed.cli.dask_worker", self.address, "--host", "127.0.0.1",
                            "--nthreads", "1", "--no-nanny", "--no-dashboard", "--name", name])
+        self.wait_for_workers()
         return name
+
+    def wait_for_workers(self, timeout=60):
+        """Returns once the scheduler knows every live worker: a gallery opened
+        before that would place all its shards on the workers seen so far."""
+        import distributed
+
+        live = len([n for n, p in self.procs.items()
+                    if n.startswith("worker") and p.poll() is None])
+        with distributed.Client(self.address, timeout=timeout) as client:
+            client.wait_for_workers(live, timeout=timeout)
 
     def kill(self, name):
         proc = self.procs[name]
