@@ -74,6 +74,18 @@ TEST(ClusterTool, WithoutASubcommandOrCountsTheUsageIsGiven) {
     EXPECT_EQ("palm: --shards is required (usage: " + usage + ")\n", r.err);
 }
 
+TEST(ClusterTool, BenchHelpShowsItsOptions) {
+    auto const r = palm("cluster bench --help");
+    EXPECT_EQ(0, r.status);
+    EXPECT_EQ("", r.err);
+    EXPECT_NE(std::string::npos, r.out.find("Usage: palm cluster bench [OPTIONS]\n")) << r.out;
+    for (char const* option : {"--users INT:N REQUIRED", "--shards INT:N REQUIRED", "--scheduler"})
+        EXPECT_NE(std::string::npos, r.out.find(option)) << option << "\n" << r.out;
+    EXPECT_NE(std::string::npos,
+              r.out.find("Example:\n  palm cluster bench --users 10000 --shards 2\n"))
+        << r.out;
+}
+
 TEST(ClusterTool, CountsOutOfRangeAreNamed) {
     struct {
         char const* args;

@@ -50,7 +50,16 @@ int run_command(command const& c, std::vector<std::string> const& args) {
     try {
         app.parse(rest);
     } catch (CLI::CallForHelp const&) {
-        std::cout << app.help();
+        // "palm cluster bench --help" shows the options of bench.
+        CLI::App const* shown = &app;
+        for (CLI::App const* sub : app.get_subcommands())
+            shown = sub;
+        std::string text = shown->help();
+        std::string const usage = "Usage: " + shown->get_name();
+        std::string::size_type const at = text.find(usage);
+        if (shown != &app && at != std::string::npos)
+            text.replace(at, usage.size(), "Usage: " + app.get_name() + " " + shown->get_name());
+        std::cout << text;
         return 0;
     } catch (CLI::RequiredError const& e) {
         // A missing positional argument is a wrong count; a missing option
