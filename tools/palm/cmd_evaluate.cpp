@@ -24,6 +24,7 @@ struct evaluate_options {
     bool quiet = false;
 };
 
+#ifdef PALM_PYTHON
 bool is_dir(std::string const& path) {
     return !path.empty() && access((path + "/palm/__init__.py").c_str(), R_OK) == 0;
 }
@@ -37,6 +38,7 @@ std::string program_dir() {
     std::string const exe(path.data(), static_cast<std::size_t>(n));
     return exe.substr(0, exe.find_last_of('/'));
 }
+#endif
 
 int run_evaluate(evaluate_options const& opt) {
 #ifndef PALM_PYTHON
