@@ -51,7 +51,8 @@ PY
 
 # ---------------------------------------------------------------- runs
 # Each case runs a command line with @T@ for the tool and @O@ for the
-# case's output folder; what it prints, its exit status and the files it
+# case's output folder, in that folder, so that paths the tool prints are
+# the same on both sides; what it prints, its exit status and the files it
 # writes are compared.
 cases=0
 run_case() {
@@ -62,9 +63,9 @@ run_case() {
     dir=$work/$side/$name
     mkdir -p "$dir"
     local cmd=${line//@T@/\'$tool\'}
-    cmd=${cmd//@O@/\'$dir\'}
+    cmd=${cmd//@O@/.}
     set +e
-    (cd "$work" && eval "$cmd") >"$dir/stdout" 2>"$dir/stderr" </dev/null
+    (cd "$dir" && eval "$cmd") >"$dir/stdout" 2>"$dir/stderr" </dev/null
     echo $? >"$dir/status"
     set -e
   done
@@ -105,5 +106,7 @@ run_case "calibrate" "@T@ calibrate '$in/board/nir.png' '$in/board/vl.png' @O@/d
 run_case "crop_calibrated" "@T@ crop --calib '$work/ref/calibrate/device.calib' '$in/pose1/vl.png' '$in/pose1/nir.png' @O@"
 run_case "lens_table" "@T@ lens table @O@/map.bin --tag device1 --calib '$work/ref/calibrate/device.calib'"
 run_case "lens_map" "@T@ lens map 17 463 --camera nir --forward && @T@ lens map 600 20 --camera vl --backward"
-run_case "simulate" "@T@ simulate --identity 77 --rotation -12 --noise 3 --noise-seed 2 @O@"
+# The synthetic camera (sim/, not the library) is left out: it renders
+# through the C library's sin, cos and exp, whose last bits differ between
+# processors, so its pictures do; the library's results on one picture do not.
 echo "compare_tools: $cases cases, all the same"
