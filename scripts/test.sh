@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Set-up, then every test: the plain build (with the Java client test), the
+# aarch64 cross build with its tests under emulation, the
 # AddressSanitizer+UBSan build with a check that leak detection is really on,
 # the concurrency tests under ThreadSanitizer, and a bounded libFuzzer run of
 # each decoder of outside bytes.
@@ -15,6 +16,13 @@ bash scripts/build.sh build
 
 echo "== install, outside consumers, Debian package"
 bash scripts/check_install.sh build
+
+echo "== aarch64: cross build, every test under qemu-aarch64, the native tool compared"
+bash scripts/cross.sh aarch64 --test
+# palm.jar carries the aarch64 library beside the x86-64 one.
+cmake build -DPALM_JAR_AARCH64_LIBRARY="$root/build-aarch64/libpalm.so" >/dev/null
+cmake --build build -j "$jobs"
+(cd build && ctest --output-on-failure -L java)
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
 bash scripts/build.sh build-asan address -DPALM_BUILD_BENCH=OFF

@@ -1,5 +1,7 @@
 #include "palm/capture/cmos_window.h"
 
+#include <initializer_list>
+
 namespace palm_algorithm {
 
 void window_pass_plain(const unsigned char* high, int high_stride, const unsigned char* low,
@@ -21,21 +23,36 @@ void window_pass_plain(const unsigned char* high, int high_stride, const unsigne
 }
 
 bool window_path_supported(window_path path) {
+#if PALM_ARCH_X86
     // Detection may run before the run-time library's own constructors.
     __builtin_cpu_init();
+#endif
     switch (path) {
         case window_path::plain:
+            return true;
+#if PALM_ARCH_X86
         case window_path::sse2:
             return true;
         case window_path::avx2:
             return __builtin_cpu_supports("avx2");
+#endif
+#if PALM_ARCH_AARCH64
+        case window_path::neon:
+            return true;
+#endif
+        default:
+            break;
     }
     return false;
 }
 
 window_path best_window_path() {
-    static window_path const best =
-        window_path_supported(window_path::avx2) ? window_path::avx2 : window_path::sse2;
+    static window_path const best = [] {
+        for (window_path p : {window_path::avx2, window_path::sse2, window_path::neon})
+            if (window_path_supported(p))
+                return p;
+        return window_path::plain;
+    }();
     return best;
 }
 
@@ -43,11 +60,17 @@ window_pass_fn get_window_pass(window_path path) {
     if (!window_path_supported(path))
         return window_pass_plain;
     switch (path) {
+#if PALM_ARCH_X86
         case window_path::sse2:
             return window_pass_sse2;
         case window_path::avx2:
             return window_pass_avx2;
-        case window_path::plain:
+#endif
+#if PALM_ARCH_AARCH64
+        case window_path::neon:
+            return window_pass_neon;
+#endif
+        default:
             break;
     }
     return window_pass_plain;

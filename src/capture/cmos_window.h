@@ -5,6 +5,8 @@
 #ifndef PALM_CAPTURE_CMOS_WINDOW_H_
 #define PALM_CAPTURE_CMOS_WINDOW_H_
 
+#include "palm/cpu_arch.h"
+
 namespace palm_algorithm {
 
 // Side of the window: twice the judge's half width, plus the centre.
@@ -14,6 +16,7 @@ enum class window_path {
     plain,  // one pixel at a time; the reference
     sse2,   // one 16-byte register per half row of each frame
     avx2,   // the half rows of both frames side by side in one 32-byte register
+    neon,   // one 16-byte register per half row of each frame, on aarch64
 };
 
 // What one frame's window holds.
@@ -28,7 +31,8 @@ using window_pass_fn = void (*)(const unsigned char* high, int high_stride,
                                 const unsigned char* low, int low_stride, window_stats& high_out,
                                 window_stats& low_out);
 
-// Whether this processor can run the path; plain and SSE2 always can.
+// Whether this processor can run the path; plain always can, SSE2 on every
+// x86-64 and NEON on every aarch64 processor.
 bool window_path_supported(window_path path);
 
 // The fastest path this processor supports, chosen once.
@@ -39,10 +43,16 @@ window_pass_fn get_window_pass(window_path path);
 
 void window_pass_plain(const unsigned char* high, int high_stride, const unsigned char* low,
                        int low_stride, window_stats& high_out, window_stats& low_out);
+#if PALM_ARCH_X86
 void window_pass_sse2(const unsigned char* high, int high_stride, const unsigned char* low,
                       int low_stride, window_stats& high_out, window_stats& low_out);
 void window_pass_avx2(const unsigned char* high, int high_stride, const unsigned char* low,
                       int low_stride, window_stats& high_out, window_stats& low_out);
+#endif
+#if PALM_ARCH_AARCH64
+void window_pass_neon(const unsigned char* high, int high_stride, const unsigned char* low,
+                      int low_stride, window_stats& high_out, window_stats& low_out);
+#endif
 
 }  // namespace palm_algorithm
 

@@ -3,6 +3,9 @@
 // read as bytes 0 to 15 and 13 to 28, the shared three bytes cleared in the
 // second read, so only the window's own bytes are touched. Compiled for
 // AVX2 alone; the judge calls it only after checking the processor.
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include <immintrin.h>
 
 #include "palm/capture/cmos_window.h"
@@ -49,3 +52,5 @@ PALM_TARGET_AVX2 void window_pass_avx2(const unsigned char* high, int high_strid
 }
 
 }  // namespace palm_algorithm
+
+#endif  // PALM_ARCH_X86

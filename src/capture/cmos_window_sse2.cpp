@@ -3,6 +3,9 @@
 // cleared in the second one before it is summed. Sums gather in the two
 // 64-bit halves of a sum-of-absolute-differences against zero; maxima in a
 // byte-wise maximum. Only the window's own bytes are read.
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include <emmintrin.h>
 
 #include "palm/capture/cmos_window.h"
@@ -44,3 +47,5 @@ void window_pass_sse2(const unsigned char* high, int high_stride, const unsigned
 }
 
 }  // namespace palm_algorithm
+
+#endif  // PALM_ARCH_X86

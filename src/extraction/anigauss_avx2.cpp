@@ -7,6 +7,9 @@
 // Only this file is compiled for AVX2, and only functions of internal
 // linkage and no library template are defined in that part, so that no
 // AVX2 code can reach a processor without it.
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include <immintrin.h>
 
 #include <cmath>
@@ -421,3 +424,5 @@ bool anigauss_six_avx2(const int* src, int* dst, int sizex, int sizey, int order
 }
 
 }  // namespace palm_share
+
+#endif  // PALM_ARCH_X86

@@ -19,8 +19,14 @@ void anigauss_six_reference(const int* src, int* dst, int sizex, int sizey, int 
 }
 
 void anigauss_six(const int* src, int* dst, int sizex, int sizey, int orderv, int orderu) {
+#if PALM_ARCH_X86
     if (anigauss_six_avx2(src, dst, sizex, sizey, orderv, orderu))
         return;
+#endif
+#if PALM_ARCH_AARCH64
+    anigauss_six_neon(src, dst, sizex, sizey, orderv, orderu);
+    return;
+#endif
     anigauss_six_reference(src, dst, sizex, sizey, orderv, orderu);
 }
 

@@ -5,6 +5,8 @@
 #ifndef PALM_EXTRACTION_ANIGAUSS_FAST_H_
 #define PALM_EXTRACTION_ANIGAUSS_FAST_H_
 
+#include "palm/cpu_arch.h"
+
 namespace palm_share {
 
 // anigauss(src, dst + k * sizex * sizey, sizex, sizey, k, orderv, orderu)
@@ -14,9 +16,16 @@ void anigauss_six(const int* src, int* dst, int sizex, int sizey, int orderv, in
 // The same through the reference filters.
 void anigauss_six_reference(const int* src, int* dst, int sizex, int sizey, int orderv, int orderu);
 
+#if PALM_ARCH_X86
 // The AVX2 path itself, for tests; false (nothing written) where the
 // processor lacks AVX2.
 bool anigauss_six_avx2(const int* src, int* dst, int sizex, int sizey, int orderv, int orderu);
+#endif
+
+#if PALM_ARCH_AARCH64
+// The NEON path itself, for tests; every aarch64 processor runs it.
+void anigauss_six_neon(const int* src, int* dst, int sizex, int sizey, int orderv, int orderu);
+#endif
 
 }  // namespace palm_share
 

@@ -6,6 +6,9 @@
 // after carry-save adders have folded the twelve registers into five.
 // Compiled for AVX2 alone; the matcher only calls it after checking the
 // processor.
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include <immintrin.h>
 
 #include "palm/matching/match_counter_of.h"
@@ -112,3 +115,5 @@ PALM_TARGET_AVX2 int avx2_count<I>::run(const avx2_codes& codes) {
 const match_counter g_avx2_match_counter = match_counter_of<avx2_codes, avx2_count>::counter();
 
 }  // namespace palm_algorithm
+
+#endif  // PALM_ARCH_X86

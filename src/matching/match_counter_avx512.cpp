@@ -5,6 +5,9 @@
 // operation forms (a ^ b) & mask. Compiled for these instructions alone; the
 // matcher only calls it after checking the processor.
 
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include "palm/matching/avx512_target.h"
 #include "palm/matching/match_counter_of.h"
 #include "palm/matching/match_padded_code.h"
@@ -73,3 +76,5 @@ const match_counter g_avx512_match_counter =
     match_counter_of<avx512_codes, avx512_count>::counter();
 
 }  // namespace palm_algorithm
+
+#endif  // PALM_ARCH_X86

@@ -2,6 +2,9 @@
 // row words.
 // Compiled for the instruction alone, so the library still loads on any
 // x86-64; the matcher only calls this after checking the processor.
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include <cstring>
 
 #include "palm/matching/match_counter_of.h"
@@ -71,3 +74,5 @@ const match_counter g_popcnt_match_counter =
     match_counter_of<popcnt_codes, popcnt_count>::counter();
 
 }  // namespace palm_algorithm
+
+#endif  // PALM_ARCH_X86

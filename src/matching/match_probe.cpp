@@ -17,7 +17,7 @@ match_probe::match_probe(match_path path) : path_(path) {
 
 void match_probe::reset(const unsigned char* code) {
     std::memcpy(code_, code, sizeof code_);
-    if (path_ != match_path::avx512 && path_ != match_path::table)
+    if (path_ != match_path::avx512 && path_ != match_path::neon && path_ != match_path::table)
         return;
     for (int t = 0; t < MATCH_TRANSLATIONS; ++t) {
         const int dr = g_match_translations[t].dr;
@@ -35,6 +35,7 @@ void match_probe::reset(const unsigned char* code) {
 
 void match_probe::counts(const unsigned char* other, int counts[MATCH_TRANSLATIONS]) const {
     switch (path_) {
+#if PALM_ARCH_X86
         case match_path::avx512:
             match_probe_counts_avx512(moved_, partner_, other, counts);
             return;
@@ -43,7 +44,13 @@ void match_probe::counts(const unsigned char* other, int counts[MATCH_TRANSLATIO
             get_match_counter(path_)->all(reinterpret_cast<const unsigned char*>(code_), other,
                                           counts);
             return;
-        case match_path::table:
+#endif
+#if PALM_ARCH_AARCH64
+        case match_path::neon:
+            match_probe_counts_neon(moved_, partner_, other, counts);
+            return;
+#endif
+        default:
             break;
     }
     uint32_t words[MATCH_PLANES * MATCH_ROWS];
@@ -61,8 +68,10 @@ void match_probe::counts(const unsigned char* other, int counts[MATCH_TRANSLATIO
 }
 
 float match_probe::distance(const unsigned char* other) const {
+#if PALM_ARCH_X86
     if (path_ == match_path::avx512)
         return match_probe_distance_avx512(moved_, partner_, other);
+#endif
     int c[MATCH_TRANSLATIONS];
     counts(other, c);
     return match_all_distance(c);

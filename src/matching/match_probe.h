@@ -20,7 +20,7 @@ class match_probe {
     // Prepared for the fastest way this processor has.
     match_probe();
     // Prepared for a chosen way, which the processor must support: avx512
-    // runs the prepared rows on 512-bit registers, table runs them one word at
+    // and neon run the prepared rows on 512-bit or 128-bit registers, table runs them one word at
     // a time (the plain formulation), popcnt and avx2 use the matcher's own
     // counters on the unprepared code.
     explicit match_probe(match_path path);
@@ -47,6 +47,7 @@ class match_probe {
     alignas(64) uint32_t partner_[MATCH_TRANSLATIONS][MATCH_ROWS];
 };
 
+#if PALM_ARCH_X86
 // Counts of the prepared rows against one code with 512-bit registers; the
 // processor must support the avx512 path.
 void match_probe_counts_avx512(const uint32_t moved[MATCH_TRANSLATIONS][MATCH_PLANES * MATCH_ROWS],
@@ -58,6 +59,14 @@ float match_probe_distance_avx512(
     const uint32_t partner[MATCH_TRANSLATIONS][MATCH_ROWS], const unsigned char* other);
 // match_all_distance by the vector formulation of the avx512 path.
 float match_all_distance_avx512(const int counts[MATCH_TRANSLATIONS]);
+#endif
+
+#if PALM_ARCH_AARCH64
+// Counts of the prepared rows against one code with 128-bit registers.
+void match_probe_counts_neon(const uint32_t moved[MATCH_TRANSLATIONS][MATCH_PLANES * MATCH_ROWS],
+                             const uint32_t partner[MATCH_TRANSLATIONS][MATCH_ROWS],
+                             const unsigned char* other, int counts[MATCH_TRANSLATIONS]);
+#endif
 
 }  // namespace palm_algorithm
 

@@ -5,6 +5,9 @@
 // transposing reduction instead of one horizontal sum each. Compiled for these instructions alone;
 // callers check the processor first.
 
+#include "palm/cpu_arch.h"
+#if PALM_ARCH_X86
+
 #include "palm/matching/avx512_target.h"
 #include "palm/matching/match_probe.h"
 
@@ -144,3 +147,5 @@ PALM_TARGET_AVX512 float match_all_distance_avx512(const int counts[MATCH_TRANSL
 }
 
 }  // namespace palm_algorithm
+
+#endif  // PALM_ARCH_X86

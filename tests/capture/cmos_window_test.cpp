@@ -64,7 +64,7 @@ TEST(CmosWindow, PlainLoopSumsAndMaximaOfTheWindow) {
 
 TEST(CmosWindow, EveryPathEqualsThePlainLoop) {
     std::mt19937 rng(11);
-    for (window_path path : {window_path::sse2, window_path::avx2}) {
+    for (window_path path : {window_path::sse2, window_path::avx2, window_path::neon}) {
         if (!palm_algorithm::window_path_supported(path))
             continue;
         palm_algorithm::window_pass_fn const pass = palm_algorithm::get_window_pass(path);
@@ -85,7 +85,8 @@ TEST(CmosWindow, EveryPathEqualsThePlainLoop) {
 
 TEST(CmosWindow, FullWindowOfWhiteSumsWithoutOverflow) {
     std::vector<unsigned char> white(kSide * kSide, 255);
-    for (window_path path : {window_path::plain, window_path::sse2, window_path::avx2}) {
+    for (window_path path :
+         {window_path::plain, window_path::sse2, window_path::avx2, window_path::neon}) {
         window_stats h, l;
         palm_algorithm::get_window_pass(path)(white.data(), kSide, white.data(), kSide, h, l);
         EXPECT_EQ(841u * 255u, h.sum);
@@ -101,7 +102,8 @@ TEST(CmosWindow, SharedBytesOfTheTwoReadsCountOnce) {
         for (int c = 13; c <= 15; ++c)
             high[r * kSide + c] = 1;
     low[kSide * kSide - 1] = 77;
-    for (window_path path : {window_path::plain, window_path::sse2, window_path::avx2}) {
+    for (window_path path :
+         {window_path::plain, window_path::sse2, window_path::avx2, window_path::neon}) {
         window_stats h, l;
         palm_algorithm::get_window_pass(path)(high.data(), kSide, low.data(), kSide, h, l);
         EXPECT_EQ(3u * kSide, h.sum);
@@ -114,7 +116,15 @@ TEST(CmosWindow, SharedBytesOfTheTwoReadsCountOnce) {
 TEST(CmosWindow, BestPathIsSupported) {
     EXPECT_TRUE(palm_algorithm::window_path_supported(palm_algorithm::best_window_path()));
     EXPECT_TRUE(palm_algorithm::window_path_supported(window_path::plain));
+#if PALM_ARCH_X86
     EXPECT_TRUE(palm_algorithm::window_path_supported(window_path::sse2));
+    EXPECT_FALSE(palm_algorithm::window_path_supported(window_path::neon));
+#elif PALM_ARCH_AARCH64
+    EXPECT_TRUE(palm_algorithm::window_path_supported(window_path::neon));
+    EXPECT_FALSE(palm_algorithm::window_path_supported(window_path::sse2));
+    EXPECT_FALSE(palm_algorithm::window_path_supported(window_path::avx2));
+    EXPECT_EQ(window_path::neon, palm_algorithm::best_window_path());
+#endif
     EXPECT_NE(window_path::plain, palm_algorithm::best_window_path());
 }
 

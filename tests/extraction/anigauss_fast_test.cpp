@@ -26,9 +26,15 @@ void expect_same(const std::vector<int>& src, int w, int h, int orderv, int orde
     const size_t plane = static_cast<size_t>(w) * h;
     std::vector<int> ref(6 * plane, 7), fast(6 * plane, 9);
     anigauss_six_reference(src.data(), ref.data(), w, h, orderv, orderu);
+#if PALM_ARCH_X86
     if (!anigauss_six_avx2(src.data(), fast.data(), w, h, orderv, orderu)) {
         GTEST_SKIP() << "no AVX2 on this processor";
     }
+#elif PALM_ARCH_AARCH64
+    anigauss_six_neon(src.data(), fast.data(), w, h, orderv, orderu);
+#else
+    anigauss_six(src.data(), fast.data(), w, h, orderv, orderu);
+#endif
     for (int k = 0; k < 6; ++k) {
         const bool same = std::equal(ref.begin() + k * plane, ref.begin() + (k + 1) * plane,
                                      fast.begin() + k * plane);

@@ -39,8 +39,8 @@ uint32_t float_bits(float f) {
 // Every path this processor runs, the table reference first.
 std::vector<match_path> supported_paths() {
     std::vector<match_path> paths;
-    for (match_path p :
-         {match_path::table, match_path::popcnt, match_path::avx2, match_path::avx512})
+    for (match_path p : {match_path::table, match_path::popcnt, match_path::avx2,
+                         match_path::avx512, match_path::neon})
         if (palm_algorithm::match_path_supported(p))
             paths.push_back(p);
     return paths;
@@ -56,6 +56,8 @@ char const* path_name(match_path p) {
             return "avx2";
         case match_path::avx512:
             return "avx512";
+        case match_path::neon:
+            return "neon";
     }
     return "?";
 }
@@ -494,6 +496,7 @@ TEST(FeatureMatchPaths, ProductionMatchEqualsReferenceBitForBit) {
     });
 }
 
+#if PALM_ARCH_X86
 TEST(FeatureMatchPaths, PopcountPathEqualsReferenceBitForBit) {
     expect_path_matches_reference(match_path::popcnt);
 }
@@ -504,6 +507,32 @@ TEST(FeatureMatchPaths, Avx2PathEqualsReferenceBitForBit) {
 
 TEST(FeatureMatchPaths, Avx512PathEqualsReferenceBitForBit) {
     expect_path_matches_reference(match_path::avx512);
+}
+#endif
+
+#if PALM_ARCH_AARCH64
+TEST(FeatureMatchPaths, NeonPathEqualsReferenceBitForBit) {
+    ASSERT_TRUE(palm_algorithm::match_path_supported(match_path::neon));
+    EXPECT_EQ(match_path::neon, palm_algorithm::best_match_path());
+    expect_path_matches_reference(match_path::neon);
+}
+#endif
+
+TEST(FeatureMatchPaths, PathsOfAnotherProcessorFallBackToTheReference) {
+#if PALM_ARCH_X86
+    match_path const foreign = match_path::neon;
+#else
+    match_path const foreign = match_path::avx2;
+#endif
+    EXPECT_FALSE(palm_algorithm::match_path_supported(foreign));
+    EXPECT_EQ(nullptr, palm_algorithm::get_match_counter(foreign));
+    std::mt19937 rng(16);
+    single_feature a, b;
+    palm_test::random_code(a, rng);
+    palm_test::noisy_copy(a, b, 0.3, rng);
+    for (Degree d : DEGREES)
+        EXPECT_EQ(float_bits(g_match_inst.Match_Reference(a, b, d)),
+                  float_bits(g_match_inst.Match_On(foreign, a, b, d)));
 }
 
 TEST(FeatureMatchPaths, TablePathIsTheReference) {

@@ -10,6 +10,7 @@
 #include "palm/matching/feature_match.h"
 #include "sim/code_patterns.h"
 #include "sim/random_codes.h"
+#include "support/emulation.h"
 
 using palm_algorithm::g_match_inst;
 using palm_algorithm::g_piOverlapSize;
@@ -44,8 +45,8 @@ float all_distance_one_by_one(const int counts[25]) {
 
 std::vector<match_path> supported_paths() {
     std::vector<match_path> paths;
-    for (match_path p :
-         {match_path::table, match_path::popcnt, match_path::avx2, match_path::avx512})
+    for (match_path p : {match_path::table, match_path::popcnt, match_path::avx2,
+                         match_path::avx512, match_path::neon})
         if (palm_algorithm::match_path_supported(p))
             paths.push_back(p);
     return paths;
@@ -56,7 +57,7 @@ std::vector<match_path> supported_paths() {
 TEST(MatchAllDistance, EqualsTakingEveryQuotientInTurn) {
     std::mt19937 rng(3);
     int counts[25];
-    for (int round = 0; round < 200000; ++round) {
+    for (int round = 0; round < palm_test::rounds(200000, 20000); ++round) {
         // Counts near one level make the quotients of different overlaps
         // fall close together, where rounding could decide.
         int const level = static_cast<int>(rng() % 3073);
@@ -69,11 +70,13 @@ TEST(MatchAllDistance, EqualsTakingEveryQuotientInTurn) {
         float const expected = all_distance_one_by_one(counts);
         ASSERT_EQ(float_bits(expected), float_bits(palm_algorithm::match_all_distance(counts)))
             << "round " << round;
+#if PALM_ARCH_X86
         if (palm_algorithm::match_path_supported(match_path::avx512)) {
             ASSERT_EQ(float_bits(expected),
                       float_bits(palm_algorithm::match_all_distance_avx512(counts)))
                 << "round " << round;
         }
+#endif
     }
 }
 
@@ -110,7 +113,7 @@ TEST(MatchProbe, DistanceEqualsTheMatcherOnVariedPairsByEveryPath) {
     for (match_path path : supported_paths()) {
         match_probe probe(path);
         unsigned mismatches = 0;
-        for (unsigned seed = 0; seed < 20000; ++seed) {
+        for (int seed = 0; seed < palm_test::rounds(20000, 2000); ++seed) {
             palm_test::varied_pair(seed, a, b);
             probe.reset(a.data);
             float const expected = g_match_inst.Match_Reference(a, b, ALL);

@@ -24,8 +24,8 @@ import java.nio.file.StandardCopyOption;
  * <p>The library is loaded when the class is initialised: first as "palm" from
  * {@code java.library.path}; if that has none, from the file named by the
  * system property {@code palm.library.path}; without that property, from the
- * copy of libpalm.so for linux-x86_64 that the jar carries, unpacked into a
- * temporary file.
+ * copy of libpalm.so for this processor (linux-x86_64 or linux-aarch64) that
+ * the jar carries, unpacked into a temporary file.
  */
 public final class feature_match {
     /** System property naming the libpalm.so file to load when {@code java.library.path} has none. */
@@ -35,8 +35,32 @@ public final class feature_match {
         loadLibrary();
     }
 
-    /** Where the jar keeps its copy of the library. */
+    /** Where the jar keeps its copy of the library for x86-64. */
     static final String BUNDLED_LIBRARY = "/com/orvanel/palm/native/linux-x86_64/libpalm.so";
+
+    /** Where the jar keeps its copy of the library for 64-bit ARM. */
+    static final String BUNDLED_LIBRARY_AARCH64 =
+        "/com/orvanel/palm/native/linux-aarch64/libpalm.so";
+
+    /**
+     * The jar's copy for a system and processor as the JVM names them
+     * ({@code os.name}, {@code os.arch}), or null where it carries none.
+     */
+    static String bundledLibraryFor(String osName, String osArch) {
+        if (!osName.toLowerCase().startsWith("linux")) {
+            return null;
+        }
+        switch (osArch) {
+            case "amd64":
+            case "x86_64":
+                return BUNDLED_LIBRARY;
+            case "aarch64":
+            case "arm64":
+                return BUNDLED_LIBRARY_AARCH64;
+            default:
+                return null;
+        }
+    }
 
     private static void loadLibrary() {
         try {
@@ -55,12 +79,12 @@ public final class feature_match {
 
     /** Loads the jar's own copy; false when the jar has none for this platform. */
     private static boolean loadBundledLibrary() {
-        String os = System.getProperty("os.name", "").toLowerCase();
-        String arch = System.getProperty("os.arch", "");
-        if (!os.startsWith("linux") || !(arch.equals("amd64") || arch.equals("x86_64"))) {
+        String bundled =
+            bundledLibraryFor(System.getProperty("os.name", ""), System.getProperty("os.arch", ""));
+        if (bundled == null) {
             return false;
         }
-        try (InputStream in = feature_match.class.getResourceAsStream(BUNDLED_LIBRARY)) {
+        try (InputStream in = feature_match.class.getResourceAsStream(bundled)) {
             if (in == null) {
                 return false;
             }
