@@ -16,6 +16,7 @@
 #include "palm/localisation/palm_crop.h"
 #include "sim/synthetic_board.h"
 #include "sim/synthetic_camera.h"
+#include "support/emulation.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_struct::_point;
@@ -25,18 +26,18 @@ using palm_struct::matrix;
 
 namespace {
 
-// The sanitizer builds run a few of the lenses and hands; the plain build
-// runs them all.
+// The sanitizer builds and emulation run a few of the lenses and hands; the
+// plain build runs them all.
 #if defined(__SANITIZE_ADDRESS__)
 const bool kSanitized = true;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 const bool kSanitized = true;
 #else
-const bool kSanitized = false;
+const bool kSanitized = palm_test::under_emulation();
 #endif
 #else
-const bool kSanitized = false;
+const bool kSanitized = palm_test::under_emulation();
 #endif
 const std::uint32_t kPerturbedLenses = kSanitized ? 2 : 5;
 const int kHandsPerLens = kSanitized ? 3 : 12;

@@ -15,6 +15,7 @@
 #include "palm/localisation/palm_crop.h"
 #include "palm/matching/i_feature_match.h"
 #include "sim/synthetic_camera.h"
+#include "support/emulation.h"
 
 using palm_algorithm::CPalmCrop;
 using palm_share::image_pair;
@@ -24,16 +25,17 @@ using palm_struct::_point;
 
 namespace {
 
+// Sanitizer builds and emulation render 40 frames, the plain build 200.
 #if defined(__SANITIZE_ADDRESS__)
 const int kFrames = 40;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 const int kFrames = 40;
 #else
-const int kFrames = 200;
+const int kFrames = palm_test::rounds(200, 40);
 #endif
 #else
-const int kFrames = 200;
+const int kFrames = palm_test::rounds(200, 40);
 #endif
 const int kPosesPerIdentity = 5;
 
