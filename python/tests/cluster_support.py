@@ -231,3 +231,12 @@ def population(seed=11):
                                             flip(people["user021"][0][1], rng, 0.1))]))
     return templates, probes
 
+
+def apply_step(gallery, reference, templates, op, name):
+    """One push or delete, on the gallery and on the reference alike."""
+    if op == "push":
+        assert gallery.push(name, templates[name])
+        reference.push(name, templates[name])
+    else:
+        assert gallery.delete(name)
+        reference.delete(name)

@@ -165,7 +165,7 @@ def test_a_gallery_reopened_after_the_cluster_stopped_answers_the_same(tmp_path)
 def test_changes_made_while_a_shard_is_rebuilt_reach_it(procs, tmp_path):
     from palm.cluster import ShardUnavailable
 
-    from cluster_support import Reference
+    from cluster_support import Reference, apply_step
 
     templates, probes = population()
     procs.start_scheduler()
@@ -202,12 +202,7 @@ def test_changes_made_while_a_shard_is_rebuilt_reach_it(procs, tmp_path):
         steps = [("push", late[0]), ("delete", on_zero[0]), ("push", on_zero[1]),
                  ("push", late[1]), ("delete", late[1]), ("push", on_zero[0]), ("push", late[2])]
         for op, name in steps:
-            if op == "push":
-                assert g.push(name, templates[name])
-                reference.push(name, templates[name])
-            else:
-                assert g.delete(name)
-                reference.delete(name)
+            apply_step(g, reference, templates, op, name)
         release.set()
         wait_until(lambda: not isinstance(answers_or_unavailable(g, probes[:1]), ShardUnavailable),
                    60, "the rebuild")

@@ -6,7 +6,7 @@ import threading
 
 import pytest
 
-from cluster_support import (DaskProcesses, Reference, flip, population, random_code,
+from cluster_support import (DaskProcesses, Reference, apply_step, flip, population, random_code,
                              skip_unless_cluster, template, worker_env)
 
 pytestmark = [skip_unless_cluster, pytest.mark.filterwarnings("ignore::DeprecationWarning")]
@@ -62,13 +62,7 @@ def test_the_gallery_answers_as_one_shard_with_everybody(dask_cluster, people, t
         # Pushed again keeps the place; deleted and pushed again goes last.
         for step in (("push", "user007"), ("delete", "user007"), ("push", "user007"),
                      ("delete", "twin-b"), ("push", "crowd05")):
-            op, name = step
-            if op == "push":
-                assert g.push(name, templates[name])
-                reference.push(name, templates[name])
-            else:
-                assert g.delete(name)
-                reference.delete(name)
+            apply_step(g, reference, templates, *step)
             assert [g.identify(p) for p in probes] == [reference.identify(p) for p in probes]
         assert g.identify(probes[4]) == "twin-a"
         assert not g.delete("user007x")
