@@ -182,26 +182,17 @@ class Gallery:
         select = _palm.select_candidate
         last = float("inf")
         for cell in range(cells):
-            parts = self._fan_out([(s, "coarse", (text, cell)) for s in shards])
+            parts = self._fan_out([(s, "coarse_fine", (text, cell)) for s in shards])
             order = self._seq
             merged = []
-            for shard, part in zip(shards, parts):
-                for distance, _, user in part:
-                    merged.append((distance, order.get(user, last), user, shard))
+            for part in parts:
+                for distance, user, verdict in part:
+                    merged.append((distance, order.get(user, last), user, verdict))
             merged.sort(key=lambda m: (m[0], m[1]))
             del merged[FUNNEL_WIDTH:]
             if not merged:
                 continue
-            owners = {}
-            for position, m in enumerate(merged):
-                owners.setdefault(m[3][0].index, (m[3], []))[1].append(position)
-            calls = [(shard, "fine", (text, cell, [merged[p][2] for p in positions]))
-                     for shard, positions in owners.values()]
-            results = [None] * len(merged)
-            for (shard, positions), answers in zip(owners.values(), self._fan_out(calls)):
-                for p, answer in zip(positions, answers):
-                    results[p] = tuple(answer)
-            index = select(results)
+            index = select([tuple(m[3]) for m in merged])
             if index >= 0:
                 return merged[index][2]
         return None
