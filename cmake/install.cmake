@@ -18,7 +18,7 @@ set(PALM_PRIVATE_HEADER_REGEX
   "^service/cx_string\\.h$"
   "^matching/(feature_match|match_[a-z_0-9]+)\\.h$"
   "^extraction/(anigauss[a-z_0-9]*|fixed_point|feature_extract)\\.h$"
-  "^feature/(base64_alphabet|feature_block_pool)\\.h$"
+  "^feature/(base64_alphabet|base64_decode|feature_block_pool)\\.h$"
   "^image/palm_tables\\.h$"
   "^localisation/rounding\\.h$"
   "^workflow/(depth_first_search|enroll_debug_log)\\.h$"

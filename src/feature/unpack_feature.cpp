@@ -3,7 +3,7 @@
 #include <cstring>
 #include <memory>
 
-#include "palm/feature/base64_alphabet.h"
+#include "palm/feature/base64_decode.h"
 #include "palm/feature/basic_imemstream.h"
 
 namespace palm_feature {
@@ -26,17 +26,7 @@ bool unpack_feature(char const* text, user_palm_feature& user) {
 
     std::size_t decoded = length / 4 * 3;
     std::unique_ptr<unsigned char[]> result(new unsigned char[decoded]);
-    unsigned char const* in = reinterpret_cast<unsigned char const*>(text);
-    unsigned char* out = result.get();
-    for (std::size_t i = 0; i < length; i += 4, out += 3) {
-        unsigned const v0 = B64_offset[in[i]];
-        unsigned const v1 = B64_offset[in[i + 1]];
-        unsigned const v2 = B64_offset[in[i + 2]];
-        unsigned const v3 = B64_offset[in[i + 3]];
-        out[0] = static_cast<unsigned char>(v0 * 4 | (v1 >> 4));
-        out[1] = static_cast<unsigned char>(v1 << 4 | (v2 >> 2));
-        out[2] = static_cast<unsigned char>(v2 << 6 | v3);
-    }
+    decode_base64_groups(reinterpret_cast<unsigned char const*>(text), length / 4, result.get());
     // Only the last two positions speak of padding.
     if (text[length - 2] == '=') {
         result[decoded - 1] = 0;
