@@ -18,7 +18,7 @@ USERS = 10_000_000
 CORES = 16
 BYTES_PER_TEMPLATE = 19_424.5
 CPU_PER_USER_S = (0.52e-6, 0.65e-6)  # at 100,000 and at 1,000,000 users
-ROUND_TRIPS_S = (0.5e-3, 4e-3)  # two on a LAN; two as measured on a loaded loopback
+ROUND_TRIPS_S = (0.25e-3, 5.6e-3)  # one on a LAN; all the overhead measured over loopback
 MERGE_S = 1e-3
 
 
@@ -28,7 +28,7 @@ def main(out="docs/scaling.png"):
     for cpu, rtt, style in ((CPU_PER_USER_S[0], ROUND_TRIPS_S[0], "-"),
                             (CPU_PER_USER_S[1], ROUND_TRIPS_S[1], "--")):
         ms = [1e3 * (USERS / m * cpu / CORES + rtt + MERGE_S) for m in machines]
-        lat.plot(machines, ms, style, label="%.2f µs per user, %.1f ms of round trips" %
+        lat.plot(machines, ms, style, label="%.2f µs per user, %.2f ms of messaging" %
                  (cpu * 1e6, rtt * 1e3))
     lat.axvline(8, color="grey", lw=0.8)
     lat.set_yscale("log")
