@@ -53,7 +53,9 @@ else
 fi
 
 echo "== ThreadSanitizer (concurrency tests)"
-bash scripts/build.sh build-tsan thread -DPALM_BUILD_BENCH=OFF -DPALM_BUILD_TOOLS=OFF -DPALM_BUILD_JAVA=OFF
+# Only the concurrency program runs here, so only it is built.
+PALM_BUILD_TARGET=palm_tests_concurrency bash scripts/build.sh build-tsan thread \
+  -DPALM_BUILD_BENCH=OFF -DPALM_BUILD_TOOLS=OFF -DPALM_BUILD_JAVA=OFF -DPALM_BUILD_PYTHON=OFF
 (cd build-tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
   ctest --output-on-failure -j "$jobs" -L concurrency)
 
