@@ -130,6 +130,11 @@ int shard_cells(gallery_shard const&, py::handle text) {
     return decoded_probe(text, "GalleryShard.cells").size();
 }
 
+py::tuple verdict_object(candidate_verdict const& v) {
+    return py::make_tuple(v.accepted, static_cast<double>(v.print_dist),
+                          static_cast<double>(v.vein_dist), v.cell);
+}
+
 py::list shard_coarse(gallery_shard const& s, py::handle text, py::handle cell) {
     palm_feature::user_palm_feature const probe = decoded_probe(text, "GalleryShard.coarse");
     gallery_shard::cell_type const& c = probe_cell(probe, cell, "GalleryShard.coarse");
@@ -162,8 +167,28 @@ py::list shard_fine(gallery_shard const& s, py::handle text, py::handle cell, py
     }
     py::list out;
     for (candidate_verdict const& v : verdicts)
-        out.append(py::make_tuple(v.accepted, static_cast<double>(v.print_dist),
-                                  static_cast<double>(v.vein_dist), v.cell));
+        out.append(verdict_object(v));
+    return out;
+}
+
+// Both stages for the coarse list's own users, the probe decoded once: what a
+// gallery asks of each shard, so that one round trip serves a probe cell.
+py::list shard_coarse_fine(gallery_shard const& s, py::handle text, py::handle cell) {
+    palm_feature::user_palm_feature const probe = decoded_probe(text, "GalleryShard.coarse_fine");
+    gallery_shard::cell_type const& c = probe_cell(probe, cell, "GalleryShard.coarse_fine");
+    std::vector<gallery_shard::coarse_user> list;
+    std::vector<candidate_verdict> verdicts;
+    bool ok;
+    {
+        py::gil_scoped_release unlocked;
+        ok = s.coarse_fine(c, list, verdicts);
+    }
+    if (!ok)
+        throw std::runtime_error("GalleryShard.coarse_fine: a worker of the search failed");
+    py::list out;
+    for (std::size_t i = 0; i < list.size(); ++i)
+        out.append(py::make_tuple(list[i].distance, name_object(list[i].user),
+                                  verdict_object(verdicts[i])));
     return out;
 }
 
@@ -232,6 +257,10 @@ void bind_shard(py::module_& m) {
              "The fine and verify stages of one probe cell for the given users, in\n"
              "order: (accepted, print distance, vein distance, cell) each; an unknown\n"
              "user gets (False, 1.0, 1.0, -1).")
+        .def("coarse_fine", &shard_coarse_fine, py::arg("text"), py::arg("cell"),
+             "coarse, then fine for the users of its list: (distance, user, verdict)\n"
+             "each, in the order of coarse. A verdict depends only on the probe and the\n"
+             "user's template, so a gallery that merges these lists needs no second call.")
         .def("verify", &shard_verify, py::arg("user"), py::arg("text"),
              "One to one against a stored user under the shard's policy.")
         .def("identify", &shard_identify, py::arg("text"),

@@ -168,6 +168,23 @@ def test_the_stages_of_one_shard():
     assert s.identify(probe) is None and s.users() == ["alice"]
 
 
+@pytest.mark.parametrize("seed", [7, 8])
+def test_coarse_fine_is_coarse_then_fine_of_its_users(seed):
+    codes = Codes(seed)
+    s = palm.GalleryShard(policy=seed % 6, workers=2)
+    records = [codes.record(codes.rng.choice([1, 5, 10, 25])) for _ in range(120)]
+    for i, r in enumerate(records):
+        assert s.push("u%d" % i, text(r))
+    for r in records[::17]:
+        probe = text([(codes.noisy(r[0][0], 200), codes.noisy(r[0][1], 200)),
+                       (codes.fresh(), codes.fresh())])
+        for cell in range(2):
+            coarse = s.coarse(probe, cell)
+            verdicts = s.fine(probe, cell, [u for _, _, u in coarse])
+            assert s.coarse_fine(probe, cell) == [(d, u, v) for (d, _, u), v in
+                                                  zip(coarse, verdicts)]
+
+
 def test_select_candidate_takes_the_smallest_square_and_the_earlier_on_a_tie():
     assert palm.select_candidate([]) == -1
     assert palm.select_candidate([(False, 0.1, 0.1, 0)]) == -1
@@ -182,6 +199,7 @@ def test_an_empty_shard_answers_nobody():
     s = palm.GalleryShard(policy=5, workers=1)
     probe = text([(codes.fresh(), codes.fresh())])
     assert s.coarse(probe, 0) == []
+    assert s.coarse_fine(probe, 0) == []
     assert s.fine(probe, 0, []) == []
     assert s.fine(probe, 0, ["x"]) == [(False, 1.0, 1.0, -1)]
     assert s.identify(probe) is None
@@ -202,6 +220,8 @@ def test_bad_input_is_refused():
             s.coarse(bad, 0)
         with pytest.raises(ValueError):
             s.fine(bad, 0, ["u"])
+        with pytest.raises(ValueError):
+            s.coarse_fine(bad, 0)
     assert len(s) == 0
     assert not s.push("", good)
     assert not s.delete("") and not s.delete("nobody")
@@ -213,6 +233,8 @@ def test_bad_input_is_refused():
             s.coarse(good, cell)
         with pytest.raises(ValueError):
             s.fine(good, cell, ["u"])
+        with pytest.raises(ValueError):
+            s.coarse_fine(good, cell)
     with pytest.raises(TypeError):
         s.push(None, good)
     with pytest.raises(TypeError):
@@ -221,6 +243,8 @@ def test_bad_input_is_refused():
         s.coarse(None, 0)
     with pytest.raises(TypeError):
         s.coarse(good, "0")
+    with pytest.raises(TypeError):
+        s.coarse_fine(None, 0)
     with pytest.raises(TypeError):
         s.fine(good, 0, "u")
     with pytest.raises(TypeError):

@@ -105,19 +105,51 @@ bool gallery_shard::decode(char const* text, palm_feature::user_palm_feature& pr
     }
 }
 
+namespace {
+
+// The coarse stage over the shard's partition; the caller holds the store.
+bool coarse_list(rcg_partition_def const& partition, gallery_shard::cell_type const& probe,
+                 std::vector<coarse_entry>& list) {
+    exclusive_lock search(partition.mutex);
+    return coarse_stage(partition, probe, list);
+}
+
+void copy_out(std::vector<coarse_entry> const& list, std::vector<gallery_shard::coarse_user>& out) {
+    out.reserve(list.size());
+    for (coarse_entry const& e : list)
+        out.push_back(gallery_shard::coarse_user{e.distance, e.order, *e.user});
+}
+
+}  // namespace
+
 bool gallery_shard::coarse(cell_type const& probe, std::vector<coarse_user>& out) const {
     out.clear();
     shared_lock lock(env_.mutex);
+    std::vector<coarse_entry> list;
+    if (!coarse_list(*env_.find_partition(PARTITION), probe, list))
+        return false;
+    copy_out(list, out);
+    return true;
+}
+
+bool gallery_shard::coarse_fine(cell_type const& probe, std::vector<coarse_user>& out,
+                                std::vector<candidate_verdict>& verdicts) const {
+    out.clear();
+    verdicts.clear();
+    shared_lock lock(env_.mutex);
     rcg_partition_def const& partition = *env_.find_partition(PARTITION);
     std::vector<coarse_entry> list;
-    {
-        exclusive_lock search(partition.mutex);
-        if (!coarse_stage(partition, probe, list))
-            return false;
-    }
-    out.reserve(list.size());
+    if (!coarse_list(partition, probe, list))
+        return false;
+    std::vector<std::string const*> names;
+    names.reserve(list.size());
     for (coarse_entry const& e : list)
-        out.push_back(coarse_user{e.distance, e.order, *e.user});
+        names.push_back(e.user);
+    {
+        shared_lock limits(partition.mutex);
+        verdicts = fine_and_verify(partition, probe, names);
+    }
+    copy_out(list, out);
     return true;
 }
 

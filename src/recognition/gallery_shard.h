@@ -61,6 +61,11 @@ class gallery_shard {
     // order; a name the shard does not hold gets {false, 1.0, 1.0, -1}.
     std::vector<candidate_verdict> fine(cell_type const& probe,
                                         std::vector<std::string> const& users) const;
+    // Both: the coarse list, and `verdicts` for its users in its order, under
+    // one hold of the store. A verdict depends only on the probe and the
+    // user's template, so a gallery merging such lists needs no second call.
+    bool coarse_fine(cell_type const& probe, std::vector<coarse_user>& out,
+                     std::vector<candidate_verdict>& verdicts) const;
 
     // One to one against a stored user under the shard's policy.
     bool verify(char const* user, char const* text) const;

@@ -192,7 +192,7 @@ class Gallery:
             del merged[FUNNEL_WIDTH:]
             if not merged:
                 continue
-            index = select([tuple(m[3]) for m in merged])
+            index = select([m[3] for m in merged])
             if index >= 0:
                 return merged[index][2]
         return None

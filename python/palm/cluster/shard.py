@@ -33,23 +33,10 @@ class ShardActor:
     def memory_bytes(self):
         return self._shard.memory_bytes()
 
-    def coarse(self, text, cell):
-        return self._shard.coarse(text, cell)
-
-    def fine(self, text, cell, users):
-        return self._shard.fine(text, cell, users)
-
     def coarse_fine(self, text, cell):
-        """The coarse list of one probe cell, each entry with its user's verdict
-        of the fine and verify stages: [(distance, user, verdict)]. A verdict
-        depends on nothing but the probe and that user's template, so those of
-        the users the gallery keeps after merging are the ones it would have
-        asked for, and an identification needs one round trip per cell, not
-        two. The fine stage of 50 users costs a small part of a round trip."""
-        coarse = self._shard.coarse(text, cell)
-        users = [user for _, _, user in coarse]
-        verdicts = self._shard.fine(text, cell, users)
-        return [(c[0], user, v) for c, user, v in zip(coarse, users, verdicts)]
+        """[(distance, user, verdict)] of one probe cell: the coarse list with
+        each user's verdict of the fine and verify stages, one round trip."""
+        return self._shard.coarse_fine(text, cell)
 
     def verify(self, user, text):
         return self._shard.verify(user, text)
