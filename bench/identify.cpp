@@ -38,6 +38,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/store_memory.h"
 #include "palm/feature/feature_block_pool.h"
 #include "palm/recognition/rcg_environment.h"
 #include "sim/synthetic_records.h"
@@ -46,6 +47,9 @@ using palm_recognition::rcg_environment;
 using palm_recognition::rcg_partition_def;
 
 namespace {
+
+using palm_bench::bytes_in_use;
+using palm_bench::resident_bytes;
 
 // Templates are drawn from a pool of random texts; every push decodes its
 // own copy, so the store holds one template per user all the same.
@@ -61,27 +65,10 @@ unsigned env_unsigned(char const* name, unsigned fallback) {
                : fallback;
 }
 
-// Heap, pool and the store's directly mapped code bytes in use.
-double bytes_in_use(rcg_environment const& env) {
-    struct mallinfo2 const m = mallinfo2();
-    return double(m.uordblks) + double(m.hblkhd) +
-           double(palm_feature::feature_block_pool::blocks_in_use()) *
-               palm_feature::feature_block_pool::BLOCK_SIZE +
-           double(env.code_mapped_bytes());
-}
-
 double process_cpu_seconds() {
     timespec t;
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
     return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-// Resident memory of the process, from the kernel's view.
-double resident_bytes() {
-    std::ifstream statm("/proc/self/statm");
-    double pages = 0, resident = 0;
-    statm >> pages >> resident;
-    return resident * double(sysconf(_SC_PAGESIZE));
 }
 
 // How fast the system hands this process memory it has never touched: 1 GiB

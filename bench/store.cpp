@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/store_memory.h"
 #include "palm/feature/base64_decode.h"
 #include "palm/feature/feature_block_pool.h"
 #include "palm/feature/unpack_feature.h"
@@ -23,6 +24,9 @@
 #include "sim/synthetic_records.h"
 
 namespace {
+
+using palm_bench::bytes_in_use;
+using palm_bench::resident_bytes;
 
 // A few hundred distinct texts serve any number of users: the store decodes
 // every push anyway, and the contents do not change its costs.
@@ -116,24 +120,6 @@ BENCHMARK(BM_RepushTemplates)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
-
-// Bytes in use: the heap (small blocks and those mapped on their own), the
-// feature block pool, and the store's directly mapped code storage.
-double bytes_in_use(palm_recognition::rcg_environment const& env) {
-    struct mallinfo2 const m = mallinfo2();
-    return double(m.uordblks) + double(m.hblkhd) +
-           double(palm_feature::feature_block_pool::blocks_in_use()) *
-               palm_feature::feature_block_pool::BLOCK_SIZE +
-           double(env.code_mapped_bytes());
-}
-
-// Resident memory of the process, from the kernel's view.
-double resident_bytes() {
-    std::ifstream statm("/proc/self/statm");
-    double pages = 0, resident = 0;
-    statm >> pages >> resident;
-    return resident * double(sysconf(_SC_PAGESIZE));
-}
 
 // Bytes per stored 25-cell template, against its 19,200 bytes of code.
 void BM_MemoryPerTemplate(benchmark::State& state) {
