@@ -19,11 +19,7 @@ void decode_base64_groups_plain(unsigned char const* in, std::size_t groups, uns
 
 bool base64_decode_uses_avx2() {
 #if PALM_ARCH_X86
-    static bool const avx2 = [] {
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx2") != 0;
-    }();
-    return avx2;
+    return __builtin_cpu_supports("avx2") != 0;
 #else
     return false;
 #endif
